@@ -1,0 +1,9 @@
+// The whole public interface of the toviktwo library.
+#pragma once
+
+// Foundations
+#include "foundation/hkexception.h"
+#include "foundation/hklogstream.h"
+#include "foundation/hkstringtools.h"
+#include "foundation/hkbuffers.h"
+#include "foundation/hkstringmap.h"
