@@ -7,3 +7,17 @@
 #include "foundation/hkstringtools.h"
 #include "foundation/hkbuffers.h"
 #include "foundation/hkstringmap.h"
+
+// Scheduling and jobs
+
+// XML and grammar-driven reading
+
+// Documents
+
+// Network transport
+
+// Application frame
+
+// Persistence
+
+// Device variables
