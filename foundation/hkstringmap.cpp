@@ -27,8 +27,7 @@ HKStringMap2::HKStringMap2(std::string text, std::string lineSeparator, std::str
   std::vector<std::string> lines;
   std::string::size_type pos = 0;
   if (!lineSeparator.empty()) {
-    for (auto f = text.find(lineSeparator); f != std::string::npos;
-         f = text.find(lineSeparator, pos)) {
+    for (auto f = text.find(lineSeparator); f != std::string::npos; f = text.find(lineSeparator, pos)) {
       lines.push_back(text.substr(pos, f - pos));
       pos = f + lineSeparator.size();
     }
@@ -112,15 +111,13 @@ std::vector<std::string> markedNames(const std::string& text) {
 std::string pageFileName(const std::string& outputPath, const std::string& lang) {
   const auto slash = outputPath.find_last_of("/\\");
   const auto dot = outputPath.find_last_of('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
-    return outputPath + "_" + lang;
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return outputPath + "_" + lang;
   return outputPath.substr(0, dot) + "_" + lang + outputPath.substr(dot);
 }
 
 }  // namespace
 
-unsigned long ReplaceMarkedContentHTMLFile(const std::string& templatePath,
-                                           const std::string& outputPath,
+unsigned long ReplaceMarkedContentHTMLFile(const std::string& templatePath, const std::string& outputPath,
                                            const std::string& urlBase) {
   std::ifstream in(templatePath, std::ios::in | std::ios::binary);
   if (!in) return 0;

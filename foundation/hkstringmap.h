@@ -26,8 +26,7 @@ class HKStringMap1 {
 // Lines of key and value read into a map; the last line of a key decides.
 class HKStringMap2 {
  public:
-  HKStringMap2(std::string text, std::string lineSeparator, std::string pairSeparator,
-               std::string stripSet);
+  HKStringMap2(std::string text, std::string lineSeparator, std::string pairSeparator, std::string stripSet);
   const std::map<std::string, std::string>& GetMap() const { return _map; }
   // Prints each entry as "[key] = value" to standard output.
   void Dump() const;
@@ -55,6 +54,5 @@ bool ReplaceMarkedContentHTML(std::string& text, const std::string& name, const 
 // `urlBase` followed by that file's name. "writing " and the file name go to
 // standard output. Returns the number of pages written, 0 when the template
 // cannot be read or has no base section.
-unsigned long ReplaceMarkedContentHTMLFile(const std::string& templatePath,
-                                           const std::string& outputPath,
+unsigned long ReplaceMarkedContentHTMLFile(const std::string& templatePath, const std::string& outputPath,
                                            const std::string& urlBase);

@@ -116,9 +116,12 @@ std::string Utf8ToPre(std::string s) {
   std::string out;
   out.reserve(s.size());
   for (const char c : s) {
-    if (c == '<') out += "&lt;";
-    else if (c == '>') out += "&gt;";
-    else out += c;
+    if (c == '<')
+      out += "&lt;";
+    else if (c == '>')
+      out += "&gt;";
+    else
+      out += c;
   }
   return out;
 }
@@ -181,8 +184,10 @@ std::string urlEncodePasses(std::string s, const char* set) {
   std::string out;
   out.reserve(s.size());
   for (const char c : s) {
-    if (static_cast<unsigned char>(c) & 0x80) out += percentHex(static_cast<unsigned char>(c));
-    else out += c;
+    if (static_cast<unsigned char>(c) & 0x80)
+      out += percentHex(static_cast<unsigned char>(c));
+    else
+      out += c;
   }
   return out;
 }
@@ -376,8 +381,10 @@ void GetDirectoriesOrFiles(std::string path, std::list<std::string>& out, int mo
       struct stat st {};
       const std::string full = HKPathnameCorrection(path) + e->d_name;
       if (lstat(full.c_str(), &st) == 0) {
-        if (S_ISREG(st.st_mode)) type = DT_REG;
-        else if (S_ISDIR(st.st_mode)) type = DT_DIR;
+        if (S_ISREG(st.st_mode))
+          type = DT_REG;
+        else if (S_ISDIR(st.st_mode))
+          type = DT_DIR;
       }
     }
     const std::string name = e->d_name;

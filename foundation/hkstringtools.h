@@ -5,12 +5,12 @@
 // so they are kept exactly as they are.
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <list>
 #include <mutex>
 #include <set>
 #include <string>
-#include <chrono>
-#include <cstdint>
 
 // ---- white space and case ----
 // `s` from its first character not in `white`; empty when all of `s` is white.
