@@ -199,6 +199,15 @@ void HKStringBuf::stringCopy(std::string& out, unsigned long offset, unsigned lo
   for (unsigned long i = 0; i < count && p < end; ++i) out += *p++;
 }
 
+void HKStringBuf::consume(unsigned long n) {
+  if (eback() == nullptr) return;
+  const unsigned long readable = getSizeReadable();
+  if (n > readable) n = readable;
+  // The get area's end may lag behind the write position; bring it along.
+  char* end = egptr() < pptr() ? pptr() : egptr();
+  setg(eback(), gptr() + n, end);
+}
+
 void HKStringBuf::clear() {
   HKStringBuf fresh;
   swap(fresh);

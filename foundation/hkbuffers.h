@@ -86,6 +86,8 @@ class HKStringBuf : public std::stringbuf {
   char* locateString(const std::string& s, unsigned long offset, unsigned long limit);
   // Appends up to `count` bytes from the read position plus `offset`.
   void stringCopy(std::string& out, unsigned long offset, unsigned long count);
+  // Advances the read position by `n` bytes, at most to the write position.
+  void consume(unsigned long n);
   // Gives up all storage.
   void clear();
   void stringput(const std::string& s);

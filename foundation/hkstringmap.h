@@ -11,7 +11,10 @@
 class HKStringMap1 {
  public:
   HKStringMap1(std::string text, std::string separator, bool skipEmpty);
-  const std::vector<std::string>& GetTheStrings() const { return _columns; }
+  const std::vector<std::string>& GetTheStrings() const& { return _columns; }
+  // On a temporary the columns are moved out, so that a range-for over
+  // HKStringMap1(...).GetTheStrings() does not dangle.
+  std::vector<std::string> GetTheStrings() && { return std::move(_columns); }
   unsigned long NumberOfColumns() const { return _columns.size(); }
   unsigned long size() const { return _columns.size(); }
   // A copy of column `n`, or an empty string when there is none.

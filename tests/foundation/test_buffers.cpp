@@ -337,3 +337,21 @@ TEST(HKStringBufTest, ClearGivesUpStorage) {
   b.stringput("again");
   EXPECT_EQ(b.getSizeReadable(), 5u);
 }
+
+TEST(HKStringBufTest, ConsumeAdvancesTheReadPosition) {
+  HKStringBuf b;
+  b.consume(3);  // nothing there: nothing happens
+  EXPECT_EQ(b.getSizeReadable(), 0u);
+  b.stringput("head\r\n\r\nbody");
+  b.consume(8);
+  EXPECT_EQ(b.getSizeReadable(), 4u);
+  EXPECT_EQ(std::string(b.getStartReadout(), 4), "body");
+  b.stringput("+more");
+  EXPECT_EQ(b.getSizeReadable(), 9u);
+  char c = 0;
+  EXPECT_EQ(b.sgetn(&c, 1), 1);
+  EXPECT_EQ(c, 'b');
+  b.consume(100);
+  EXPECT_EQ(b.getSizeReadable(), 0u);
+  EXPECT_EQ(b.getSizeWritten(), 17u);
+}

@@ -182,3 +182,9 @@ TEST(ReplaceMarkedContentFile, DefaultLanguageAndMissingInput) {
   std::remove(tmpl.c_str());
   std::remove(en.c_str());
 }
+
+TEST(HKStringMap1Test, RangeForOverATemporaryIsSafe) {
+  std::vector<std::string> seen;
+  for (const auto& c : HKStringMap1("x;y;z", ";", false).GetTheStrings()) seen.push_back(c);
+  EXPECT_EQ(seen, (std::vector<std::string>{"x", "y", "z"}));
+}
