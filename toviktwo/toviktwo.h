@@ -11,6 +11,11 @@
 // Scheduling and jobs
 
 // XML and grammar-driven reading
+#include "xml/hkxmlattribute.h"
+#include "xml/hkxmlelement.h"
+#include "xml/hkdtd.h"
+#include "xml/hkxmlcontentsplitter.h"
+#include "xml/hkdtdelementreader.h"
 
 // Documents
 

@@ -1,0 +1,280 @@
+// Grammars and token readers.
+//
+// The library has no general XML parser. A grammar (HKDTD) is a sorted map of
+// small token readers, each of which tries to recognise one kind of token at
+// the current position of a character source (HKDTDElementReader), plus the
+// factories that turn tokens into elements. The map's byte-wise order of type
+// names is the priority order: the tree builder (HKXMLContentSplitter) tries
+// the readers in that order and the first success wins.
+//
+// There are no entities, no character references, no CDATA and no
+// namespaces: text and attribute values are kept byte for byte.
+#pragma once
+
+#include <functional>
+#include <list>
+#include <map>
+#include <set>
+#include <string>
+
+class HKDTD;
+class HKDTDElementReader;
+class HKXMLComplexElement;
+
+// Makes the element for a token: (token content, grammar) -> new element.
+using HKDTDObjectFactory = std::function<HKXMLComplexElement*(const std::string&, HKDTD&)>;
+
+// One attribute as read from a tag.
+struct HKElementAttribute {
+  std::string name;
+  std::string value;
+  bool withoutValue = false;  // the attribute stood in the tag without "="
+};
+
+// The abstract token reader. Read() returns this reader on success (its
+// content then holds the token's payload) and null otherwise; a failed Read
+// leaves the source as it stood.
+class HKDTDElementRead {
+ public:
+  explicit HKDTDElementRead(std::string typeName);
+  HKDTDElementRead(const HKDTDElementRead&) = delete;
+  HKDTDElementRead& operator=(const HKDTDElementRead&) = delete;
+  virtual ~HKDTDElementRead();
+  virtual HKDTDElementRead* Read(HKDTDElementReader& reader) = 0;
+  // A fresh reader of the same kind, carrying no content.
+  virtual HKDTDElementRead* Duplicate() = 0;
+  virtual bool isClosingTag();
+  virtual bool hasAttributes();
+  virtual bool checkInitialTag(const std::string& typeName);
+  virtual bool hasNoClosingTag();
+
+  const std::string& GetTypeName() const { return _typeName; }
+  const std::string& GetContent() const { return _content; }
+  // Set when a tag ended in "/>".
+  bool NoClosing() const { return _noClosing; }
+
+  // Character classes; characters are ints (-1 is the end of input).
+  static bool _isalpha(int c);        // isalpha or "_"
+  static bool _isalphanum(int c);     // isalnum, "-" or "_"
+  static bool _iswhitespace(int c);   // isblank, 9, 10 or 13
+  static bool _iselementcloser(int c);  // "/" or ">"
+
+ protected:
+  std::string _typeName;
+  bool _noClosing = false;
+  std::string _content;
+};
+
+// A transaction on the reader, living on the stack of one Read(). Everything
+// fetched is kept as "taken"; destruction commits: the part before the
+// position is declared read, the rest is given back to the reader.
+class HKDTDElementReadStructLocal {
+ public:
+  explicit HKDTDElementReadStructLocal(HKDTDElementReader& reader);
+  HKDTDElementReadStructLocal(const HKDTDElementReadStructLocal&) = delete;
+  HKDTDElementReadStructLocal& operator=(const HKDTDElementReadStructLocal&) = delete;
+  ~HKDTDElementReadStructLocal();
+
+  int peek();
+  // At the end of input with eofAllowed false a warning line goes to stderr.
+  int get(bool eofAllowed = true);
+  // Steps the position back by the length of `s`; always returns false.
+  bool giveBack(const std::string& s);
+  bool foundThat(const std::string& s);
+  const std::string& getFound() const { return _found; }
+  // `r` if ok; otherwise everything taken is given back and null returned.
+  HKDTDElementRead* operator()(bool ok, HKDTDElementRead* r, bool unused = false);
+  bool good();
+  bool eof();
+  // What was taken up to the position.
+  std::string accepted() const { return _taken.substr(0, _pos); }
+  std::size_t position() const { return _pos; }
+
+ private:
+  HKDTDElementReader& _reader;
+  std::string _taken;
+  std::size_t _pos = 0;
+  std::string _found;
+};
+
+// ---- the token readers ----
+
+// "xmlwhitespace": one or more whitespace characters.
+class HKDTDElementRead_WhitespaceText : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_WhitespaceText();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+
+ protected:
+  explicit HKDTDElementRead_WhitespaceText(std::string typeName);
+};
+
+// "xmltext": one word, up to whitespace, "<" or the end.
+class HKDTDElementRead_Text : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_Text();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "htmldoctype": the exact text "<!DOCTYPE ", then everything up to ">".
+class HKDTDElementRead_Doctype : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_Doctype();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "xmlprocinst": "<?" up to the first "?>".
+class HKDTDElementRead_ProcInst : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_ProcInst();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "xmlcomment": "<!--" up to "-->", dashes scanned in pairs.
+class HKDTDElementRead_Comment : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_Comment();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "xmlelement": a start, empty or end tag with its attributes (which land in
+// the reader's attribute list). Throws "incomplete tag '...'" when a name is
+// followed by something that cannot follow it.
+class HKDTDElementRead_Element : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_Element();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+  bool isClosingTag() override;
+  bool hasAttributes() override;
+  bool checkInitialTag(const std::string& typeName) override;
+  bool hasNoClosingTag() override;
+};
+
+// "css_a_whitespace": as "xmlwhitespace".
+class HKDTDElementRead_WhitespaceCSS : public HKDTDElementRead_WhitespaceText {
+ public:
+  HKDTDElementRead_WhitespaceCSS();
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "css_aa_whitespace": the opening "<!--" of an HTML comment around CSS
+// (content "<!-"); also accepts "<-".
+class HKDTDElementRead_WhitespaceCSSHTMLComment : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_WhitespaceCSSHTMLComment();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "css_aaa_whitespace": one or two "-" followed by ">"; a closing token.
+class HKDTDElementRead_WhitespaceCSSHTMLCommentCloser : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_WhitespaceCSSHTMLCommentCloser();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+  bool isClosingTag() override;
+};
+
+// "css_b_closer": one "}"; a closing token.
+class HKDTDElementRead_CloserCSS : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_CloserCSS();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+  bool isClosingTag() override;
+};
+
+// "css_c_comment": "/*" up to the first "*/" after the opener, delimiters included.
+class HKDTDElementRead_CommentCSS : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_CommentCSS();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "css_d_mediaquery": "@" and everything up to "{" (consumed, not content).
+class HKDTDElementRead_MediaQueryCSS : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_MediaQueryCSS();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "css_e_rule": a selector (first character a letter, "_", "#", "." or "*")
+// up to "{" (consumed, not content).
+class HKDTDElementRead_RuleCSS : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_RuleCSS();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// "css_f_property": a letter, then up to and including ";", or up to but not
+// including "}" (trailing whitespace then goes back to the source).
+class HKDTDElementRead_PropertyCSS : public HKDTDElementRead {
+ public:
+  HKDTDElementRead_PropertyCSS();
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override;
+  HKDTDElementRead* Duplicate() override;
+};
+
+// One grammar.
+class HKDTD {
+ public:
+  using ReaderMap = std::map<std::string, HKDTDElementRead*>;
+  using FactoryMap = std::map<std::string, HKDTDObjectFactory>;
+  using NameSetMap = std::map<std::string, std::set<std::string>>;
+
+  explicit HKDTD(const std::string& name = "");
+  // Copies duplicate the token readers.
+  HKDTD(const HKDTD& other);
+  HKDTD& operator=(const HKDTD& other);
+  ~HKDTD();
+
+  // Takes ownership, keyed by the reader's type name; null returns "";
+  // a type name present already throws "name can't be twice" (the reader is
+  // destroyed).
+  std::string insertDTDElementRead(HKDTDElementRead* reader);
+  // Replaces an earlier entry of that name.
+  std::string insertIntoDTDObjectFactory(const std::string& name, HKDTDObjectFactory factory);
+  std::string insertIntoSubelementContainer(const std::string& name);
+  // Stored and copied only; nothing consults it.
+  std::string insertAllowed(const std::string& name, const std::set<std::string>& names);
+  // Token types that must not be tried while an element of type `name` is current.
+  std::string insertDisallowed(const std::string& name, const std::set<std::string>& names);
+  // Element types that any following token closes (the void elements of HTML).
+  std::string insertNoClosingTagElement(const std::string& name);
+  // Element factories by tag (used by the HTML element factory).
+  std::string insertElementFactory(const std::string& tag, HKDTDObjectFactory factory);
+
+  const std::string& GetName() const { return _name; }
+  ReaderMap& Readers() { return _readers; }
+  const ReaderMap& Readers() const { return _readers; }
+  FactoryMap& ObjectFactory() { return _objectFactory; }
+  const FactoryMap& ObjectFactory() const { return _objectFactory; }
+  const std::set<std::string>& SubelementContainer() const { return _subelementContainer; }
+  const NameSetMap& Allowed() const { return _allowed; }
+  const NameSetMap& Disallowed() const { return _disallowed; }
+  const std::set<std::string>& NoClosingTagElements() const { return _noClosingTag; }
+  FactoryMap& ElementFactories() { return _elementFactories; }
+  const FactoryMap& ElementFactories() const { return _elementFactories; }
+
+ private:
+  void _clearReaders();
+  void _copyFrom(const HKDTD& other);
+
+  std::string _name;
+  ReaderMap _readers;
+  FactoryMap _objectFactory;
+  std::set<std::string> _subelementContainer;
+  NameSetMap _allowed;
+  NameSetMap _disallowed;
+  std::set<std::string> _noClosingTag;
+  FactoryMap _elementFactories;
+};

@@ -1,0 +1,137 @@
+// The character source of the reader, with pushback and line counting, and
+// the five standard grammars.
+//
+// HKDTDElementReader delivers characters one at a time from a pushback buffer
+// or from the underlying source (a stream or a text), counts line feeds, and
+// keeps the grammars and the tree builder for one input. read() hands over to
+// the tree builder (HKXMLContentSplitter).
+//
+// Standard grammars, built by the constructor (token types in priority order):
+//   "xml"     xmlcomment, xmlelement, xmlprocinst, xmltext, xmlwhitespace
+//   "html"    htmldoctype, then as "xml"
+//   "xmlhtml" as "xml"
+//   "css"     css_a_whitespace, css_aa_whitespace, css_aaa_whitespace,
+//             css_b_closer, css_c_comment, css_d_mediaquery, css_e_rule,
+//             css_f_property, xmlelement
+//   "cssRule" css_a_whitespace, css_b_closer, css_c_comment, css_f_property
+// "xml" is complete here. The factories of the HTML and CSS element classes
+// ("html": htmldoctype, xmltext, xmlelement; "xmlhtml": xmlelement; "css":
+// css_aa_whitespace, css_d_mediaquery, css_e_rule, css_f_property,
+// xmlelement; "cssRule": css_f_property), the element factories and the
+// no-closing-tag elements come from the document classes through
+// HKDTDRegisterGrammarFiller. Until a factory is filled in, a token of its
+// type ends reading with "element type '<type>' not defined in DTD".
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <istream>
+#include <list>
+#include <map>
+#include <string>
+
+#include "xml/hkdtd.h"
+#include "xml/hkxmlcontentsplitter.h"
+
+class HKDTDElementReader {
+ public:
+  HKDTDElementReader();
+  HKDTDElementReader(const HKDTDElementReader&) = delete;
+  HKDTDElementReader& operator=(const HKDTDElementReader&) = delete;
+  virtual ~HKDTDElementReader();
+
+  // The next character (-1 at the end) without consuming it. A character of
+  // the pushback buffer is delivered as a signed char, so a byte 0xFF there
+  // reads as the end of input.
+  int peek() {
+    if (_pushbackPos < _pushback.size()) return static_cast<signed char>(_pushback[_pushbackPos]);
+    return _underlyingBufferPeek();
+  }
+  // The same, consuming; every line feed delivered counts a line (also one
+  // that was given back and is read again).
+  int get() {
+    int c;
+    if (_pushbackPos < _pushback.size()) {
+      c = static_cast<signed char>(_pushback[_pushbackPos++]);
+    } else {
+      c = _underlyingBufferGet();
+    }
+    if (c == '\n') ++_line;
+    return c;
+  }
+  void giveBack(const std::string& s);
+  void declareRead(const std::string& s);
+  bool good() { return _pushbackPos < _pushback.size() || _underlyingBufferGood(); }
+  bool eof() { return _pushbackPos >= _pushback.size() && _underlyingBufferEof(); }
+  bool hasPushback() const { return _pushbackPos < _pushback.size(); }
+  uint64_t line() const { return _line; }
+
+  // Reads in the grammar `dtd` (ignored once a grammar is set) into the tree
+  // builder's top element and returns it; `single` stops after one token.
+  HKXMLComplexElement* read(const std::string& dtd, bool single);
+  // Copies the grammar in under its name, replacing one of that name.
+  void addDTD(HKDTD& dtd);
+
+  std::map<std::string, HKDTD>& DTDs() { return _dtds; }
+  std::list<HKElementAttribute>& Attributes() { return _attributes; }
+  HKXMLContentSplitter& Splitter() { return _splitter; }
+
+ protected:
+  virtual bool _underlyingBufferEof() = 0;
+  virtual bool _underlyingBufferGood() = 0;
+  virtual int _underlyingBufferPeek() = 0;
+  virtual int _underlyingBufferGet() = 0;
+
+ private:
+  uint64_t _line = 1;
+  std::string _pushback;
+  std::size_t _pushbackPos = 0;
+  std::list<HKElementAttribute> _attributes;
+  HKXMLContentSplitter _splitter;
+  std::map<std::string, HKDTD> _dtds;
+};
+
+// Reads from a stream: eof is the stream's eofbit, good the absence of any
+// state flag.
+class HKDTDElementReaderStream : public HKDTDElementReader {
+ public:
+  explicit HKDTDElementReaderStream(std::istream& in);
+
+ protected:
+  bool _underlyingBufferEof() override;
+  bool _underlyingBufferGood() override;
+  int _underlyingBufferPeek() override;
+  int _underlyingBufferGet() override;
+
+ private:
+  std::istream& _in;
+};
+
+// Reads from a text (kept by reference) from position `start` on.
+class HKDTDElementReaderString : public HKDTDElementReader {
+ public:
+  HKDTDElementReaderString(std::string& text, unsigned long start);
+  // The position in the text of the next character not yet delivered.
+  unsigned long position() const { return _pos; }
+
+ protected:
+  bool _underlyingBufferEof() override;
+  bool _underlyingBufferGood() override;
+  int _underlyingBufferPeek() override;
+  int _underlyingBufferGet() override;
+
+ private:
+  std::string& _text;
+  unsigned long _pos;
+};
+
+// Completes a standard grammar ("xml", "html", "xmlhtml", "css", "cssRule")
+// in every reader constructed afterwards: fillers run in registration order
+// after the grammar's own table is built. The document classes register
+// their factories this way.
+using HKDTDGrammarFiller = std::function<void(HKDTD&)>;
+void HKDTDRegisterGrammarFiller(const std::string& grammar, HKDTDGrammarFiller filler);
+
+// Builds one standard grammar as a reader's constructor does (with the
+// registered fillers); an unknown name gives an empty grammar of that name.
+HKDTD HKDTDStandardGrammar(const std::string& name);

@@ -1,0 +1,146 @@
+#include "xml/hkxmlcontentsplitter.h"
+
+#include <functional>
+#include <memory>
+
+#include "foundation/hkexception.h"
+#include "xml/hkdtdelementreader.h"
+#include "xml/hkxmlelement.h"
+
+namespace {
+// Messages that reach the caller carry the reader's position. The position
+// is appended once: a message that has it already passes unchanged.
+std::string hkWithPosition(const std::string& message, HKDTDElementReader& reader) {
+  if (message.find("around line") != std::string::npos) return message;
+  return message + " around line " + std::to_string(static_cast<unsigned long>(reader.line()));
+}
+}  // namespace
+
+HKXMLContentSplitter::HKXMLContentSplitter()
+    : _top(new HKXMLGenericElement("HKXMLContentSplitter::TOP", true)), _current(_top) {}
+
+HKXMLContentSplitter::~HKXMLContentSplitter() { delete _top; }
+
+HKXMLGenericElement* HKXMLContentSplitter::releaseTopElement() {
+  HKXMLGenericElement* top = _top;
+  _top = nullptr;
+  _current = nullptr;
+  _depth = 0;
+  return top;
+}
+
+HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, const std::string& dtd, bool single) {
+  if (_current == nullptr) throw HKException("missing topelement", __LINE__, "src");
+  if (_currentDTD.empty()) {
+    _currentDTD = dtd;
+    if (_top != nullptr) _currentDTD = _top->dtdRequest(dtd);
+    if (_currentDTD.empty()) throw HKException("DTD can't be empty", __LINE__, "src");
+  }
+  try {
+    if (!reader.good()) throw HKException("error in stream", __LINE__, "src");
+    bool processed = false;
+    while (!reader.eof() && !(single && processed)) {
+      auto grammarIt = reader.DTDs().find(_currentDTD);
+      if (grammarIt == reader.DTDs().end()) throw HKException("DTD '" + _currentDTD + "' not defined", __LINE__, "src");
+      HKDTD& grammar = grammarIt->second;
+
+      const std::set<std::string>* disallowed = nullptr;
+      const auto& disallowedMap = grammar.Disallowed();
+      if (!disallowedMap.empty()) {
+        auto it = disallowedMap.find(_current->GetTypeName());
+        if (it != disallowedMap.end()) disallowed = &it->second;
+      }
+
+      // The first reader in priority order that recognises a token wins.
+      HKDTDElementRead* token = nullptr;
+      HKDTD::ReaderMap::iterator tokenIt;
+      for (auto it = grammar.Readers().begin(); it != grammar.Readers().end(); ++it) {
+        if (it->second == nullptr) continue;
+        if (disallowed != nullptr && disallowed->count(it->first) != 0) continue;
+        token = it->second->Read(reader);
+        if (token != nullptr) {
+          tokenIt = it;
+          break;
+        }
+      }
+      if (token == nullptr) {
+        if (reader.eof()) break;
+        throw HKException("reading error ", __LINE__, "src");
+      }
+
+      const std::string tokenType = token->GetTypeName();
+      const std::string content = token->GetContent();
+      try {
+        if (token->isClosingTag() || grammar.NoClosingTagElements().count(_current->GetTypeName()) != 0) {
+          // Close the current element.
+          _current->finishRead();
+          HKXMLComplexElement* parent = _current->getParent();
+          if (parent != nullptr && token->checkInitialTag(_current->GetTypeName())) {
+            const std::string outer = _current->dtdRequest("");
+            _current = parent;
+            if (_depth > 0) --_depth;
+            if (outer != _currentDTD) _currentDTD = outer;
+          } else {
+            throw HKException("wrong closing tag '" + content + "' instead '/" + _current->GetTypeName() +
+                                  "' around line " + std::to_string(static_cast<unsigned long>(reader.line())),
+                              __LINE__, "src");
+          }
+        } else {
+          // Create an element for the token.
+          auto factoryIt = grammar.ObjectFactory().find(tokenType);
+          if (factoryIt == grammar.ObjectFactory().end()) throw std::bad_function_call();
+          HKXMLComplexElement* created = factoryIt->second(content, grammar);
+          if (created == nullptr || _current == nullptr) {
+            delete created;
+            throw HKException("problem in DTD with '" + tokenType + "'", __LINE__, "src");
+          }
+          {
+            std::unique_ptr<HKXMLComplexElement> holder(created);
+            // Attributes reach the element before it is linked, so that the
+            // parent's _newChild can inspect them.
+            if (token->hasAttributes()) {
+              if (auto* generic = dynamic_cast<HKXMLGenericElement*>(created)) {
+                for (const HKElementAttribute& attribute : reader.Attributes()) {
+                  generic->ReplaceAttributeContent(attribute.name,
+                                                   attribute.withoutValue ? std::string("true") : attribute.value);
+                }
+              }
+            }
+            holder.release();
+          }
+          // From here the tree owns the element (a refused element is destroyed
+          // by PushBackChildElement).
+          *_current << created;
+          if (token->hasNoClosingTag() || grammar.SubelementContainer().count(tokenType) == 0) {
+            created->finishRead();
+          } else {
+            if (_depth >= MaxDepth) {
+              throw HKException("elements nested deeper than " + std::to_string(MaxDepth) + " levels", __LINE__, "src");
+            }
+            const std::string inner = created->dtdRequest(_currentDTD);
+            _current = created;
+            ++_depth;
+            if (inner != _currentDTD) _currentDTD = inner;
+          }
+        }
+      } catch (const HKException& e) {
+        throw HKException(hkWithPosition(e.what(), reader), __LINE__, "src");
+      } catch (...) {
+        throw HKException("element type '" + tokenType + "' not defined in DTD around line " +
+                              std::to_string(static_cast<unsigned long>(reader.line())),
+                          __LINE__, "src");
+      }
+
+      // No token reader carries content over to the next token.
+      HKDTDElementRead* fresh = token->Duplicate();
+      tokenIt->second = fresh;
+      delete token;
+      processed = true;
+    }
+  } catch (const HKException& e) {
+    throw HKException(hkWithPosition(e.what(), reader), __LINE__, "src");
+  } catch (...) {
+    throw HKException("catched an error while processing input", __LINE__, "src");
+  }
+  return _top;
+}
