@@ -9,6 +9,11 @@
 #include "foundation/hkstringmap.h"
 
 // Scheduling and jobs
+#include "scheduler/hkgavetascheduler2.h"
+#include "scheduler/hkjidgenerator.h"
+#include "scheduler/hkjobmessage.h"
+#include "scheduler/hkcombinedtask.h"
+#include "scheduler/hkjob.h"
 
 // XML and grammar-driven reading
 #include "xml/hkxmlattribute.h"
