@@ -27,6 +27,11 @@
 // Network transport
 
 // Application frame
+#include "application/hkforthcoming.h"
+#include "application/hktovikinterfaceprops.h"
+#include "application/hkhtmlkontextn.h"
+#include "application/hktovikapplication2.h"
+#include "application/hkappviewportbase.h"
 
 // Persistence
 
