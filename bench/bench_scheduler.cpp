@@ -19,7 +19,7 @@ void BM_JIDGenerator_getID(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(generator.getID());
   state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(BM_JIDGenerator_getID);
+BENCHMARK(BM_JIDGenerator_getID)->UseRealTime();
 
 // Identities without the pause, for comparison.
 void BM_JIDGenerator_getAnyString(benchmark::State& state) {
@@ -27,7 +27,7 @@ void BM_JIDGenerator_getAnyString(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(generator.getAnyString("x"));
   state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(BM_JIDGenerator_getAnyString);
+BENCHMARK(BM_JIDGenerator_getAnyString)->UseRealTime();
 
 // Jobs per second through Inject .. GetResult, one after another. The
 // client polls IsReady with a yield instead of the usual 20 ms sleep.

@@ -32,7 +32,10 @@ std::string HKJIDGenerator::getID() {
   // identity falls into another microsecond. A nanosleep would cost 50 µs
   // or more under the default timer slack; a short watch on the same clock
   // that was read keeps the guarantee at the stated cost.
-  while (nowNs() - read < 2000) {
+  // Should the clock be set back meanwhile, waiting can't help: stop then.
+  for (;;) {
+    const int64_t now = nowNs();
+    if (now - read >= 2000 || now < read) break;
   }
   return id;
 }
