@@ -18,17 +18,18 @@ bool HKDTDElementRead::checkInitialTag(const std::string&) { return true; }
 bool HKDTDElementRead::hasNoClosingTag() { return false; }
 
 // The <cctype> functions are defined for unsigned char values and EOF only.
-bool HKDTDElementRead::_isalpha(int c) { return c == '_' || (c >= 0 && c <= 255 && std::isalpha(c)); }
+bool HKDTDElementRead::_isalphaHigh(int c) { return c >= 0 && c <= 255 && std::isalpha(c); }
+bool HKDTDElementRead::_isalnumHigh(int c) { return c >= 0 && c <= 255 && std::isalnum(c); }
+bool HKDTDElementRead::_isblankHigh(int c) { return c >= 0 && c <= 255 && std::isblank(c); }
 
-bool HKDTDElementRead::_isalphanum(int c) {
-  return c == '-' || c == '_' || (c >= 0 && c <= 255 && std::isalnum(c));
+bool HKDTDElementRead::_reset() { return false; }
+
+bool HKDTDElementRead::_resetIfExactly(const std::type_info& type) {
+  if (typeid(*this) != type) return false;
+  _content.clear();
+  _noClosing = false;
+  return true;
 }
-
-bool HKDTDElementRead::_iswhitespace(int c) {
-  return c == 9 || c == 10 || c == 13 || (c >= 0 && c <= 255 && std::isblank(c));
-}
-
-bool HKDTDElementRead::_iselementcloser(int c) { return c == '/' || c == '>'; }
 
 // ---- HKDTDElementReadStructLocal ----
 
@@ -41,23 +42,21 @@ HKDTDElementReadStructLocal::~HKDTDElementReadStructLocal() {
   // the tail ends up in the buffer twice; only the CSS property reader hands
   // back a tail of what it accepted (trailing whitespace), so this shows as
   // repeated whitespace before a closing brace.
-  if (_pos > 0) _reader.declareRead(_taken.substr(0, _pos));
-  if (_pos < _taken.size()) _reader.giveBack(_taken.substr(_pos));
+  if (_pos > 0) _reader._declareRead(_pos);
+  if (_pos < _taken.size()) _reader._giveBack(_taken.data() + _pos, _taken.size() - _pos);
 }
 
-int HKDTDElementReadStructLocal::peek() {
-  if (_pos < _taken.size()) return static_cast<signed char>(_taken[_pos]);
-  return _reader.peek();
+void HKDTDElementReadStructLocal::_warnEof() {
+  std::cerr << "reading EOF is an error! ---> will become an exception" << std::endl;
 }
 
-int HKDTDElementReadStructLocal::get(bool eofAllowed) {
-  if (_pos < _taken.size()) return static_cast<signed char>(_taken[_pos++]);
+int HKDTDElementReadStructLocal::_fetch(bool eofAllowed) {
   // A character of the pushback buffer is consumed even when it reads as the
   // end (a byte 0xFF): keep it so that it can be given back.
   const bool fromPushback = _reader.hasPushback();
   const int c = _reader.get();
   if (c == -1 && !fromPushback) {
-    if (!eofAllowed) std::cerr << "reading EOF is an error! ---> will become an exception" << std::endl;
+    if (!eofAllowed) _warnEof();
     return c;
   }
   _taken.push_back(static_cast<char>(c));
@@ -116,8 +115,8 @@ HKDTDElementRead* HKDTDElementRead_WhitespaceText::Read(HKDTDElementReader& read
   if (!reader.good()) return nullptr;
   HKDTDElementReadStructLocal local(reader);
   if (!_iswhitespace(local.peek())) return local(false, this);
-  _content.clear();
-  while (_iswhitespace(local.peek())) _content.push_back(static_cast<char>(local.get()));
+  while (_iswhitespace(local.peek())) local.get();
+  _content = local.accepted();
   return local(true, this);
 }
 
@@ -132,8 +131,8 @@ HKDTDElementRead* HKDTDElementRead_Text::Read(HKDTDElementReader& reader) {
   HKDTDElementReadStructLocal local(reader);
   auto isWordChar = [](int c) { return c != -1 && c != '<' && !_iswhitespace(c); };
   if (!isWordChar(local.peek())) return local(false, this);
-  _content.clear();
-  while (isWordChar(local.peek())) _content.push_back(static_cast<char>(local.get()));
+  while (isWordChar(local.peek())) local.get();
+  _content = local.accepted();
   return local(true, this);
 }
 
@@ -551,3 +550,20 @@ std::string HKDTD::insertElementFactory(const std::string& tag, HKDTDObjectFacto
   _elementFactories[tag] = std::move(factory);
   return tag;
 }
+
+// ---- in-place renewal of the reader classes ----
+
+bool HKDTDElementRead_WhitespaceText::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_WhitespaceText)); }
+bool HKDTDElementRead_Text::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_Text)); }
+bool HKDTDElementRead_Doctype::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_Doctype)); }
+bool HKDTDElementRead_ProcInst::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_ProcInst)); }
+bool HKDTDElementRead_Comment::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_Comment)); }
+bool HKDTDElementRead_Element::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_Element)); }
+bool HKDTDElementRead_WhitespaceCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_WhitespaceCSS)); }
+bool HKDTDElementRead_WhitespaceCSSHTMLComment::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_WhitespaceCSSHTMLComment)); }
+bool HKDTDElementRead_WhitespaceCSSHTMLCommentCloser::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_WhitespaceCSSHTMLCommentCloser)); }
+bool HKDTDElementRead_CloserCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_CloserCSS)); }
+bool HKDTDElementRead_CommentCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_CommentCSS)); }
+bool HKDTDElementRead_MediaQueryCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_MediaQueryCSS)); }
+bool HKDTDElementRead_RuleCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_RuleCSS)); }
+bool HKDTDElementRead_PropertyCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_PropertyCSS)); }

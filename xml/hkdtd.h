@@ -13,9 +13,11 @@
 
 #include <functional>
 #include <list>
+#include <typeinfo>
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 
 class HKDTD;
 class HKDTDElementReader;
@@ -54,15 +56,44 @@ class HKDTDElementRead {
   bool NoClosing() const { return _noClosing; }
 
   // Character classes; characters are ints (-1 is the end of input).
-  static bool _isalpha(int c);        // isalpha or "_"
-  static bool _isalphanum(int c);     // isalnum, "-" or "_"
-  static bool _iswhitespace(int c);   // isblank, 9, 10 or 13
-  static bool _iselementcloser(int c);  // "/" or ">"
+  // ASCII is decided here; other bytes go to <cctype> (so the C locale
+  // decides about them as before).
+  static bool _isalpha(int c) {  // isalpha or "_"
+    if (c < 128) return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+    return _isalphaHigh(c);
+  }
+  static bool _isalphanum(int c) {  // isalnum, "-" or "_"
+    if (c < 128) {
+      return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+    }
+    return _isalnumHigh(c);
+  }
+  static bool _iswhitespace(int c) {  // isblank, 9, 10 or 13
+    if (c < 128) return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+    return _isblankHigh(c);
+  }
+  static bool _iselementcloser(int c) { return c == '/' || c == '>'; }  // "/" or ">"
+
+  // Makes this reader fresh again in place when that is the same as
+  // Duplicate() (the reader classes of this library, not derived from);
+  // false when the caller has to duplicate.
+  virtual bool _reset();
+
+ protected:
+  // _reset() of a reader class: only for an object of exactly that class.
+  bool _resetIfExactly(const std::type_info& type);
+
+ public:
 
  protected:
   std::string _typeName;
   bool _noClosing = false;
   std::string _content;
+
+ private:
+  static bool _isalphaHigh(int c);
+  static bool _isalnumHigh(int c);
+  static bool _isblankHigh(int c);
 };
 
 // A transaction on the reader, living on the stack of one Read(). Everything
@@ -75,6 +106,7 @@ class HKDTDElementReadStructLocal {
   HKDTDElementReadStructLocal& operator=(const HKDTDElementReadStructLocal&) = delete;
   ~HKDTDElementReadStructLocal();
 
+  // Defined inline in hkdtdelementreader.h (they need the reader).
   int peek();
   // At the end of input with eofAllowed false a warning line goes to stderr.
   int get(bool eofAllowed = true);
@@ -87,10 +119,13 @@ class HKDTDElementReadStructLocal {
   bool good();
   bool eof();
   // What was taken up to the position.
-  std::string accepted() const { return _taken.substr(0, _pos); }
+  std::string_view accepted() const { return std::string_view(_taken).substr(0, _pos); }
   std::size_t position() const { return _pos; }
 
  private:
+  int _fetch(bool eofAllowed);
+  static void _warnEof();
+
   HKDTDElementReader& _reader;
   std::string _taken;
   std::size_t _pos = 0;
@@ -105,6 +140,7 @@ class HKDTDElementRead_WhitespaceText : public HKDTDElementRead {
   HKDTDElementRead_WhitespaceText();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 
  protected:
   explicit HKDTDElementRead_WhitespaceText(std::string typeName);
@@ -116,6 +152,7 @@ class HKDTDElementRead_Text : public HKDTDElementRead {
   HKDTDElementRead_Text();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "htmldoctype": the exact text "<!DOCTYPE ", then everything up to ">".
@@ -124,6 +161,7 @@ class HKDTDElementRead_Doctype : public HKDTDElementRead {
   HKDTDElementRead_Doctype();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "xmlprocinst": "<?" up to the first "?>".
@@ -132,6 +170,7 @@ class HKDTDElementRead_ProcInst : public HKDTDElementRead {
   HKDTDElementRead_ProcInst();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "xmlcomment": "<!--" up to "-->", dashes scanned in pairs.
@@ -140,6 +179,7 @@ class HKDTDElementRead_Comment : public HKDTDElementRead {
   HKDTDElementRead_Comment();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "xmlelement": a start, empty or end tag with its attributes (which land in
@@ -150,6 +190,7 @@ class HKDTDElementRead_Element : public HKDTDElementRead {
   HKDTDElementRead_Element();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
   bool isClosingTag() override;
   bool hasAttributes() override;
   bool checkInitialTag(const std::string& typeName) override;
@@ -161,6 +202,7 @@ class HKDTDElementRead_WhitespaceCSS : public HKDTDElementRead_WhitespaceText {
  public:
   HKDTDElementRead_WhitespaceCSS();
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "css_aa_whitespace": the opening "<!--" of an HTML comment around CSS
@@ -170,6 +212,7 @@ class HKDTDElementRead_WhitespaceCSSHTMLComment : public HKDTDElementRead {
   HKDTDElementRead_WhitespaceCSSHTMLComment();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "css_aaa_whitespace": one or two "-" followed by ">"; a closing token.
@@ -178,6 +221,7 @@ class HKDTDElementRead_WhitespaceCSSHTMLCommentCloser : public HKDTDElementRead 
   HKDTDElementRead_WhitespaceCSSHTMLCommentCloser();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
   bool isClosingTag() override;
 };
 
@@ -187,6 +231,7 @@ class HKDTDElementRead_CloserCSS : public HKDTDElementRead {
   HKDTDElementRead_CloserCSS();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
   bool isClosingTag() override;
 };
 
@@ -196,6 +241,7 @@ class HKDTDElementRead_CommentCSS : public HKDTDElementRead {
   HKDTDElementRead_CommentCSS();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "css_d_mediaquery": "@" and everything up to "{" (consumed, not content).
@@ -204,6 +250,7 @@ class HKDTDElementRead_MediaQueryCSS : public HKDTDElementRead {
   HKDTDElementRead_MediaQueryCSS();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "css_e_rule": a selector (first character a letter, "_", "#", "." or "*")
@@ -213,6 +260,7 @@ class HKDTDElementRead_RuleCSS : public HKDTDElementRead {
   HKDTDElementRead_RuleCSS();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // "css_f_property": a letter, then up to and including ";", or up to but not
@@ -222,6 +270,7 @@ class HKDTDElementRead_PropertyCSS : public HKDTDElementRead {
   HKDTDElementRead_PropertyCSS();
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
+  bool _reset() override;
 };
 
 // One grammar.
@@ -278,3 +327,6 @@ class HKDTD {
   std::set<std::string> _noClosingTag;
   FactoryMap _elementFactories;
 };
+
+// The reader, which the inline operations of the transaction need.
+#include "xml/hkdtdelementreader.h"

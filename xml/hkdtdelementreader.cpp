@@ -1,35 +1,52 @@
 #include "xml/hkdtdelementreader.h"
 
 #include <mutex>
+#include <typeinfo>
 #include <vector>
 
 #include "xml/hkxmlelement.h"
 
 // ---- pushback ----
 
-void HKDTDElementReader::giveBack(const std::string& s) {
-  if (s.empty()) return;
-  if (_pushbackPos >= s.size()) {
-    _pushbackPos -= s.size();
+void HKDTDElementReader::_giveBack(const char* s, std::size_t n) {
+  if (n == 0) return;
+  if (_pushbackPos >= n) {
+    _pushbackPos -= n;
     return;
   }
-  _pushback = s + _pushback.substr(_pushbackPos);
+  _pushback.replace(0, _pushbackPos, s, n);
   _pushbackPos = 0;
 }
 
-void HKDTDElementReader::declareRead(const std::string& s) {
-  if (s.empty()) return;
-  if (_pushback.size() <= s.size()) {
+void HKDTDElementReader::_declareRead(std::size_t n) {
+  if (n == 0) return;
+  if (_pushback.size() <= n) {
     _pushback.clear();
   } else {
-    _pushback.erase(0, s.size());
+    _pushback.erase(0, n);
   }
   _pushbackPos = 0;
 }
 
 HKXMLComplexElement* HKDTDElementReader::read(const std::string& dtd, bool single) {
+  // Direct access for the duration of this call only.
+  struct DirectAccess {
+    HKDTDElementReader& r;
+    explicit DirectAccess(HKDTDElementReader& reader) : r(reader) {
+      if (!r._directSource(r._directText, r._directPos)) {
+        r._directText = nullptr;
+        r._directPos = nullptr;
+      }
+    }
+    ~DirectAccess() {
+      r._directText = nullptr;
+      r._directPos = nullptr;
+    }
+  } direct(*this);
   return _splitter.read(*this, dtd, single);
 }
+
+bool HKDTDElementReader::_directSource(const std::string*&, unsigned long*&) { return false; }
 
 void HKDTDElementReader::addDTD(HKDTD& dtd) { _dtds[dtd.GetName()] = dtd; }
 
@@ -206,4 +223,12 @@ int HKDTDElementReaderString::_underlyingBufferPeek() {
 int HKDTDElementReaderString::_underlyingBufferGet() {
   if (_pos >= _text.size()) return -1;
   return static_cast<unsigned char>(_text[_pos++]);
+}
+
+bool HKDTDElementReaderString::_directSource(const std::string*& text, unsigned long*& position) {
+  // Only for this very class: a derived source may deliver characters its own way.
+  if (typeid(*this) != typeid(HKDTDElementReaderString)) return false;
+  text = &_text;
+  position = &_pos;
+  return true;
 }

@@ -45,6 +45,9 @@ class HKDTDElementReader {
   // reads as the end of input.
   int peek() {
     if (_pushbackPos < _pushback.size()) return static_cast<signed char>(_pushback[_pushbackPos]);
+    if (_directText != nullptr) {
+      return *_directPos < _directText->size() ? static_cast<unsigned char>((*_directText)[*_directPos]) : -1;
+    }
     return _underlyingBufferPeek();
   }
   // The same, consuming; every line feed delivered counts a line (also one
@@ -53,16 +56,29 @@ class HKDTDElementReader {
     int c;
     if (_pushbackPos < _pushback.size()) {
       c = static_cast<signed char>(_pushback[_pushbackPos++]);
+    } else if (_directText != nullptr) {
+      c = *_directPos < _directText->size() ? static_cast<unsigned char>((*_directText)[(*_directPos)++]) : -1;
     } else {
       c = _underlyingBufferGet();
     }
     if (c == '\n') ++_line;
     return c;
   }
-  void giveBack(const std::string& s);
-  void declareRead(const std::string& s);
-  bool good() { return _pushbackPos < _pushback.size() || _underlyingBufferGood(); }
-  bool eof() { return _pushbackPos >= _pushback.size() && _underlyingBufferEof(); }
+  void giveBack(const std::string& s) { _giveBack(s.data(), s.size()); }
+  void declareRead(const std::string& s) { _declareRead(s.size()); }
+  // The same with a length (declareRead looks at the length only).
+  void _giveBack(const char* s, std::size_t n);
+  void _declareRead(std::size_t n);
+  bool good() {
+    if (_pushbackPos < _pushback.size()) return true;
+    if (_directText != nullptr) return *_directPos < _directText->size();
+    return _underlyingBufferGood();
+  }
+  bool eof() {
+    if (_pushbackPos < _pushback.size()) return false;
+    if (_directText != nullptr) return *_directPos >= _directText->size();
+    return _underlyingBufferEof();
+  }
   bool hasPushback() const { return _pushbackPos < _pushback.size(); }
   uint64_t line() const { return _line; }
 
@@ -81,8 +97,14 @@ class HKDTDElementReader {
   virtual bool _underlyingBufferGood() = 0;
   virtual int _underlyingBufferPeek() = 0;
   virtual int _underlyingBufferGet() = 0;
+  // A source that is a text read from a position may hand both out; while
+  // read() runs, characters are then taken from the text directly instead of
+  // through the two virtual calls above (which do the same).
+  virtual bool _directSource(const std::string*& text, unsigned long*& position);
 
  private:
+  const std::string* _directText = nullptr;
+  unsigned long* _directPos = nullptr;
   uint64_t _line = 1;
   std::string _pushback;
   std::size_t _pushbackPos = 0;
@@ -119,11 +141,32 @@ class HKDTDElementReaderString : public HKDTDElementReader {
   bool _underlyingBufferGood() override;
   int _underlyingBufferPeek() override;
   int _underlyingBufferGet() override;
+  bool _directSource(const std::string*& text, unsigned long*& position) override;
 
  private:
   std::string& _text;
   unsigned long _pos;
 };
+
+inline int HKDTDElementReadStructLocal::peek() {
+  if (_pos < _taken.size()) return static_cast<signed char>(_taken[_pos]);
+  return _reader.peek();
+}
+
+inline int HKDTDElementReadStructLocal::get(bool eofAllowed) {
+  if (_pos < _taken.size()) return static_cast<signed char>(_taken[_pos++]);
+  if (!_reader.hasPushback()) {
+    const int c = _reader.get();
+    if (c != -1) {
+      _taken.push_back(static_cast<char>(c));
+      ++_pos;
+      return c;
+    }
+    if (!eofAllowed) _warnEof();
+    return c;
+  }
+  return _fetch(eofAllowed);
+}
 
 // Completes a standard grammar ("xml", "html", "xmlhtml", "css", "cssRule")
 // in every reader constructed afterwards: fillers run in registration order

@@ -39,10 +39,18 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
   try {
     if (!reader.good()) throw HKException("error in stream", __LINE__, "src");
     bool processed = false;
+    // The grammar is looked up again whenever its name changed (the map's
+    // entries stay in place while reading).
+    HKDTD* cachedGrammar = nullptr;
+    std::string cachedName;
     while (!reader.eof() && !(single && processed)) {
-      auto grammarIt = reader.DTDs().find(_currentDTD);
-      if (grammarIt == reader.DTDs().end()) throw HKException("DTD '" + _currentDTD + "' not defined", __LINE__, "src");
-      HKDTD& grammar = grammarIt->second;
+      if (cachedGrammar == nullptr || cachedName != _currentDTD) {
+        auto grammarIt = reader.DTDs().find(_currentDTD);
+        if (grammarIt == reader.DTDs().end()) throw HKException("DTD '" + _currentDTD + "' not defined", __LINE__, "src");
+        cachedGrammar = &grammarIt->second;
+        cachedName = _currentDTD;
+      }
+      HKDTD& grammar = *cachedGrammar;
 
       const std::set<std::string>* disallowed = nullptr;
       const auto& disallowedMap = grammar.Disallowed();
@@ -68,8 +76,9 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
         throw HKException("reading error ", __LINE__, "src");
       }
 
-      const std::string tokenType = token->GetTypeName();
-      const std::string content = token->GetContent();
+      // The token stays alive until it is renewed below.
+      const std::string& tokenType = token->GetTypeName();
+      const std::string& content = token->GetContent();
       try {
         if (token->isClosingTag() || grammar.NoClosingTagElements().count(_current->GetTypeName()) != 0) {
           // Close the current element.
@@ -131,10 +140,14 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
                           __LINE__, "src");
       }
 
-      // No token reader carries content over to the next token.
-      HKDTDElementRead* fresh = token->Duplicate();
-      tokenIt->second = fresh;
-      delete token;
+      // No token reader carries content over to the next token: the used one
+      // is replaced by a duplicate (the library's own readers are renewed in
+      // place, which comes to the same).
+      if (!token->_reset()) {
+        HKDTDElementRead* fresh = token->Duplicate();
+        tokenIt->second = fresh;
+        delete token;
+      }
       processed = true;
     }
   } catch (const HKException& e) {

@@ -14,58 +14,66 @@ void HKWidgetManager_base::RemoveWidgetObject(HKXMLComplexElement*) {}
 
 // ---- HKXMLChildQueue ----
 
-HKXMLChildQueue::~HKXMLChildQueue() { delete[] _store; }
+HKXMLChildQueue::~HKXMLChildQueue() { ::operator delete(_b); }
 
 void HKXMLChildQueue::_grow(bool atFront) {
   const std::size_t n = size();
   const std::size_t capacity = std::max<std::size_t>(4, 2 * n + 2);
-  value_type* store = new value_type[capacity];
+  auto* block = static_cast<_Block*>(::operator new(sizeof(_Block) + capacity * sizeof(value_type)));
   // Leave the new room on the side that ran out: a queue that grows at one
   // end keeps growing there.
-  const std::size_t offset = atFront ? capacity - n - 1 : 1;
-  if (n > 0) std::memcpy(store + offset, _begin, n * sizeof(value_type));
-  delete[] _store;
-  _store = store;
-  _cap = store + capacity;
-  _begin = store + offset;
-  _end = _begin + n;
+  block->begin = atFront ? capacity - n - 1 : 1;
+  block->end = block->begin + n;
+  block->capacity = capacity;
+  auto* data = reinterpret_cast<value_type*>(block + 1);
+  if (n > 0) std::memcpy(data + block->begin, begin(), n * sizeof(value_type));
+  ::operator delete(_b);
+  _b = block;
 }
 
 void HKXMLChildQueue::push_back(value_type p) {
-  if (_end == _cap) _grow(false);
-  *_end++ = p;
+  if (_b == nullptr || _b->end == _b->capacity) _grow(false);
+  _data()[_b->end++] = p;
 }
 
 void HKXMLChildQueue::push_front(value_type p) {
-  if (_begin == _store) _grow(true);
-  *--_begin = p;
+  if (_b == nullptr || _b->begin == 0) _grow(true);
+  _data()[--_b->begin] = p;
 }
 
 HKXMLChildQueue::iterator HKXMLChildQueue::erase(iterator it) {
-  const std::size_t tail = static_cast<std::size_t>(_end - it - 1);
+  const std::size_t tail = static_cast<std::size_t>(end() - it - 1);
   if (tail > 0) std::memmove(it, it + 1, tail * sizeof(value_type));
-  --_end;
+  --_b->end;
   return it;
 }
 
 HKXMLChildQueue::iterator HKXMLChildQueue::find(const HKXMLComplexElement* p) {
-  for (iterator it = _begin; it != _end; ++it) {
+  for (iterator it = begin(); it != end(); ++it) {
     if (*it == p) return it;
   }
-  return _end;
+  return end();
 }
 
-void HKXMLChildQueue::swap(HKXMLChildQueue& other) {
-  std::swap(_store, other._store);
-  std::swap(_cap, other._cap);
-  std::swap(_begin, other._begin);
-  std::swap(_end, other._end);
+void HKXMLChildQueue::clear() {
+  if (_b != nullptr) _b->begin = _b->end = _b->capacity / 2;
 }
 
 // ---- HKXMLComplexElement ----
 
 HKXMLComplexElement::HKXMLComplexElement(std::string name, bool forced, bool permitted)
     : _typeName(std::move(name)), _shortTagForced(forced), _shortTagPermitted(permitted || forced) {}
+
+namespace {
+const std::string& hkEmptyText() {
+  static const std::string empty;
+  return empty;
+}
+}  // namespace
+
+const std::string& HKXMLComplexElement::GetErrorText() const { return _extra ? _extra->errorText : hkEmptyText(); }
+
+void HKXMLComplexElement::_setDTDName(const std::string& dtd) { _dtdName = dtd; }
 
 namespace {
 // Destruction recurses through the children. Below this many nested
@@ -112,8 +120,8 @@ void HKXMLComplexElement::finishRead() {}
 bool HKXMLComplexElement::noSpecial() const { return _noSpecial; }
 
 std::string HKXMLComplexElement::dtdRequest(const std::string& dtd) {
-  if (!dtd.empty()) _dtdName = dtd;
-  return _dtdName;
+  if (!dtd.empty()) _setDTDName(dtd);
+  return GetDTDName();
 }
 
 void HKXMLComplexElement::AsText(std::ostream& os) const {
@@ -285,7 +293,8 @@ bool HKXMLComplexElement::_ReplaceElement(HKXMLGenericElement*, const std::strin
 
 void HKXMLComplexElement::MarkError(const std::string& text) {
   _error = true;
-  _errorText = text;
+  if (!_extra) _extra = std::make_unique<_Extra>();
+  _extra->errorText = text;
 }
 
 // ---- HKXMLGenericElement ----
@@ -296,8 +305,20 @@ HKXMLGenericElement::HKXMLGenericElement(std::string name, bool noSpecial)
 }
 
 HKXMLGenericElement::~HKXMLGenericElement() {
-  for (auto& entry : _attributes) delete entry.second;
-  _attributes.clear();
+  if (_attributes) {
+    for (auto& entry : *_attributes) delete entry.second;
+    _attributes.reset();
+  }
+}
+
+const HKXMLGenericElement::AttributeTable& HKXMLGenericElement::Attributes() const {
+  static const AttributeTable empty;
+  return _attributes ? *_attributes : empty;
+}
+
+HKXMLGenericElement::AttributeTable& HKXMLGenericElement::_table() {
+  if (!_attributes) _attributes = std::make_unique<AttributeTable>();
+  return *_attributes;
 }
 
 void HKXMLGenericElement::_beforeChildPrint(std::ostream&) const {}
@@ -306,7 +327,7 @@ void HKXMLGenericElement::_afterChildPrint(std::ostream&) const {}
 void HKXMLGenericElement::print(std::ostream& os) const {
   _preprint();
   os << '<' << _typeName;
-  for (const auto& [name, attribute] : _attributes) {
+  for (const auto& [name, attribute] : Attributes()) {
     if (attribute == nullptr) {
       os << ' ' << name;
     } else if (attribute->AttributeIsSet()) {
@@ -343,23 +364,25 @@ void HKXMLGenericElement::GetChilds(std::list<HKXMLGenericElement*>& out) {
 }
 
 bool HKXMLGenericElement::ReplaceAttributeContent(const std::string& name, const std::string& value) {
-  auto it = _attributes.find(name);
-  if (it != _attributes.end() && it->second != nullptr) {
+  AttributeTable& table = _table();
+  auto it = table.find(name);
+  if (it != table.end() && it->second != nullptr) {
     *it->second = value;
-  } else if (it != _attributes.end()) {
+  } else if (it != table.end()) {
     it->second = new HKXMLGenericAttribute(value);
   } else {
-    _attributes.emplace(name, new HKXMLGenericAttribute(value));
+    table.emplace(name, new HKXMLGenericAttribute(value));
   }
   return true;
 }
 
 bool HKXMLGenericElement::ReplaceAttributeContent(const std::string& name, HKXMLComplexAttribute2* attribute) {
-  if (_attributes.find(name) != _attributes.end()) {
+  AttributeTable& table = _table();
+  if (table.find(name) != table.end()) {
     delete attribute;
     throw 2;
   }
-  _attributes.emplace(name, attribute);
+  table.emplace(name, attribute);
   return true;
 }
 
@@ -388,18 +411,21 @@ const std::string& HKXMLGenericElement::operator<<(const std::string& assignment
 }
 
 HKXMLComplexAttribute2& HKXMLGenericElement::operator[](const std::string& name) {
-  HKXMLComplexAttribute2*& slot = _attributes[name];
+  HKXMLComplexAttribute2*& slot = _table()[name];
   if (slot == nullptr) slot = new HKXMLGenericAttribute();
   return *slot;
 }
 
-bool HKXMLGenericElement::ContainsAttribute(const std::string& name) { return _attributes.find(name) != _attributes.end(); }
+bool HKXMLGenericElement::ContainsAttribute(const std::string& name) {
+  return _attributes && _attributes->find(name) != _attributes->end();
+}
 
 bool HKXMLGenericElement::RemoveAttribute(const std::string& name) {
-  auto it = _attributes.find(name);
-  if (it == _attributes.end()) return false;
+  if (!_attributes) return false;
+  auto it = _attributes->find(name);
+  if (it == _attributes->end()) return false;
   delete it->second;
-  _attributes.erase(it);
+  _attributes->erase(it);
   return true;
 }
 

@@ -10,8 +10,10 @@
 #include <cstddef>
 #include <list>
 #include <map>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "xml/hkxmlattribute.h"
 
@@ -29,7 +31,8 @@ class HKWidgetManager_base {
 
 // The children of an element: a double-ended queue of owned pointers, cheap
 // at both ends (pages grow by appending, heads by prepending), kept in one
-// contiguous block with room in front and behind.
+// block with room in front and behind. An empty queue is one null pointer,
+// so that the many leaf nodes of a tree stay small.
 class HKXMLChildQueue {
  public:
   using value_type = HKXMLComplexElement*;
@@ -41,35 +44,36 @@ class HKXMLChildQueue {
   HKXMLChildQueue& operator=(const HKXMLChildQueue&) = delete;
   ~HKXMLChildQueue();
 
-  std::size_t size() const { return static_cast<std::size_t>(_end - _begin); }
-  bool empty() const { return _begin == _end; }
-  iterator begin() { return _begin; }
-  iterator end() { return _end; }
-  const_iterator begin() const { return _begin; }
-  const_iterator end() const { return _end; }
-  value_type front() const { return *_begin; }
-  value_type back() const { return *(_end - 1); }
-  value_type& operator[](std::size_t i) { return _begin[i]; }
-  value_type operator[](std::size_t i) const { return _begin[i]; }
+  std::size_t size() const { return _b == nullptr ? 0 : _b->end - _b->begin; }
+  bool empty() const { return _b == nullptr || _b->end == _b->begin; }
+  iterator begin() { return _b == nullptr ? nullptr : _data() + _b->begin; }
+  iterator end() { return _b == nullptr ? nullptr : _data() + _b->end; }
+  const_iterator begin() const { return _b == nullptr ? nullptr : _data() + _b->begin; }
+  const_iterator end() const { return _b == nullptr ? nullptr : _data() + _b->end; }
+  value_type front() const { return *begin(); }
+  value_type back() const { return *(end() - 1); }
+  value_type& operator[](std::size_t i) { return begin()[i]; }
+  value_type operator[](std::size_t i) const { return begin()[i]; }
 
   void push_back(value_type p);
   void push_front(value_type p);
-  void pop_front() { ++_begin; }
-  void pop_back() { --_end; }
+  void pop_front() { ++_b->begin; }
+  void pop_back() { --_b->end; }
   iterator erase(iterator it);
   iterator find(const HKXMLComplexElement* p);
   // Forgets all entries (does not destroy the elements).
-  void clear() { _begin = _end = _store + (_cap - _store) / 2; }
-  // Hands the entries over to `other` (which must be empty) and leaves this
-  // queue empty.
-  void swap(HKXMLChildQueue& other);
+  void clear();
+  void swap(HKXMLChildQueue& other) { std::swap(_b, other._b); }
 
  private:
+  struct _Block {
+    std::size_t begin;
+    std::size_t end;
+    std::size_t capacity;
+  };
+  value_type* _data() const { return reinterpret_cast<value_type*>(_b + 1); }
   void _grow(bool atFront);
-  value_type* _store = nullptr;
-  value_type* _cap = nullptr;
-  value_type* _begin = nullptr;
-  value_type* _end = nullptr;
+  _Block* _b = nullptr;
 };
 
 class HKXMLComplexElement {
@@ -151,7 +155,7 @@ class HKXMLComplexElement {
   HKWidgetManager_base* GetWidgetManager() const { return _widgetManager; }
   void MarkError(const std::string& text);
   bool HasError() const { return _error; }
-  const std::string& GetErrorText() const { return _errorText; }
+  const std::string& GetErrorText() const;
   const std::string& GetDTDName() const { return _dtdName; }
   const HKXMLChildQueue& Children() const { return _children; }
   std::size_t ChildCount() const { return _children.size(); }
@@ -161,15 +165,23 @@ class HKXMLComplexElement {
   // Destroys one child that is no longer in the queue.
   static void _destroyChild(HKXMLComplexElement* child);
 
+  // Stores the grammar name that dtdRequest remembers.
+  void _setDTDName(const std::string& dtd);
+
+  // Trees hold many small nodes (every word is one): the fields are packed,
+  // and the error text, which hardly any node carries, lives outside.
+  struct _Extra {
+    std::string errorText;
+  };
   std::string _typeName;
-  bool _shortTagForced;
-  bool _shortTagPermitted;
   HKXMLChildQueue _children;
   HKXMLComplexElement* _parent = nullptr;
-  bool _error = false;
-  std::string _errorText;
   HKWidgetManager_base* _widgetManager = nullptr;
+  std::unique_ptr<_Extra> _extra;
   std::string _dtdName;
+  bool _shortTagForced;
+  bool _shortTagPermitted;
+  bool _error = false;
   bool _noSpecial = false;
 };
 
@@ -231,10 +243,12 @@ class HKXMLGenericElement : public HKXMLComplexElement {
   HKXMLGenericElement* operator+=(HKXMLGenericElement* child);
   HKXMLGenericElement* PushFrontChildElement(HKXMLGenericElement* child);
 
-  const AttributeTable& Attributes() const { return _attributes; }
+  const AttributeTable& Attributes() const;
 
  protected:
-  AttributeTable _attributes;
+  // The table, created on first use (most nodes never have attributes).
+  AttributeTable& _table();
+  std::unique_ptr<AttributeTable> _attributes;
 };
 
 // ---- leaves ----

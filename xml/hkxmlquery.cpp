@@ -7,8 +7,9 @@
 #include "xml/hkxmlelement.h"
 
 std::string HKXMLGenericElement::getAttributeText(const std::string& name, const std::string& fallback) {
-  auto it = _attributes.find(name);
-  if (it == _attributes.end()) return fallback;
+  if (!_attributes) return fallback;
+  auto it = _attributes->find(name);
+  if (it == _attributes->end()) return fallback;
   const HKXMLComplexAttribute2* attribute = it->second;
   if (attribute == nullptr || !attribute->AttributeIsSet()) return std::string();
   // The common case needs no stream.
@@ -19,8 +20,7 @@ std::string HKXMLGenericElement::getAttributeText(const std::string& name, const
 }
 
 bool HKXMLGenericElement::IdentAttribute(const std::string& name, const std::string& value) {
-  auto it = _attributes.find(name);
-  if (it == _attributes.end()) return false;
+  if (!ContainsAttribute(name)) return false;
   return getAttributeText(name, std::string()) == value;
 }
 

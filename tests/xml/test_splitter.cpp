@@ -36,10 +36,10 @@ class StyleLike : public HKXMLGenericElement {
   StyleLike() : HKXMLGenericElement("style", true) {}
   std::string dtdRequest(const std::string& dtd) override {
     if (!dtd.empty()) {
-      _dtdName = dtd;
+      _setDTDName(dtd);
       return "css";
     }
-    return _dtdName;
+    return GetDTDName();
   }
 };
 
@@ -49,10 +49,10 @@ class RuleLike : public HKXMLComplexElement {
   explicit RuleLike(const std::string& selector) : HKXMLComplexElement("cssRule", false, true), _selector(selector) {}
   std::string dtdRequest(const std::string& dtd) override {
     if (!dtd.empty()) {
-      _dtdName = dtd;
+      _setDTDName(dtd);
       return "cssRule";
     }
-    return _dtdName;
+    return GetDTDName();
   }
   void print(std::ostream& os) const override {
     os << _selector << '{';
