@@ -25,6 +25,7 @@
 // Documents
 
 // Network transport
+#include "transport/hktransceiver.h"
 
 // Application frame
 #include "application/hkforthcoming.h"
