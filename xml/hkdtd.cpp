@@ -24,6 +24,8 @@ bool HKDTDElementRead::_isblankHigh(int c) { return c >= 0 && c <= 255 && std::i
 
 bool HKDTDElementRead::_reset() { return false; }
 
+bool HKDTDElementRead::_mayStartWith(int) { return true; }
+
 bool HKDTDElementRead::_resetIfExactly(const std::type_info& type) {
   if (typeid(*this) != type) return false;
   _content.clear();
@@ -488,6 +490,7 @@ HKDTD& HKDTD::operator=(const HKDTD& other) {
   if (this != &other) {
     _clearReaders();
     _copyFrom(other);
+    ++_generation;
   }
   return *this;
 }
@@ -511,6 +514,7 @@ void HKDTD::_copyFrom(const HKDTD& other) {
 }
 
 std::string HKDTD::insertDTDElementRead(HKDTDElementRead* reader) {
+  ++_generation;
   if (reader == nullptr) return std::string();
   const std::string type = reader->GetTypeName();
   if (_readers.find(type) != _readers.end()) {
@@ -522,31 +526,37 @@ std::string HKDTD::insertDTDElementRead(HKDTDElementRead* reader) {
 }
 
 std::string HKDTD::insertIntoDTDObjectFactory(const std::string& name, HKDTDObjectFactory factory) {
+  ++_generation;
   _objectFactory[name] = std::move(factory);
   return name;
 }
 
 std::string HKDTD::insertIntoSubelementContainer(const std::string& name) {
+  ++_generation;
   _subelementContainer.insert(name);
   return name;
 }
 
 std::string HKDTD::insertAllowed(const std::string& name, const std::set<std::string>& names) {
+  ++_generation;
   _allowed[name] = names;
   return name;
 }
 
 std::string HKDTD::insertDisallowed(const std::string& name, const std::set<std::string>& names) {
+  ++_generation;
   _disallowed[name] = names;
   return name;
 }
 
 std::string HKDTD::insertNoClosingTagElement(const std::string& name) {
+  ++_generation;
   _noClosingTag.insert(name);
   return name;
 }
 
 std::string HKDTD::insertElementFactory(const std::string& tag, HKDTDObjectFactory factory) {
+  ++_generation;
   _elementFactories[tag] = std::move(factory);
   return tag;
 }
@@ -567,3 +577,76 @@ bool HKDTDElementRead_CommentCSS::_reset() { return _resetIfExactly(typeid(HKDTD
 bool HKDTDElementRead_MediaQueryCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_MediaQueryCSS)); }
 bool HKDTDElementRead_RuleCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_RuleCSS)); }
 bool HKDTDElementRead_PropertyCSS::_reset() { return _resetIfExactly(typeid(HKDTDElementRead_PropertyCSS)); }
+
+// ---- first characters ----
+// Each mirrors the first test of the reader's Read().
+
+bool HKDTDElementRead_WhitespaceText::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_WhitespaceText)) return true;
+  return _iswhitespace(c);
+}
+
+bool HKDTDElementRead_Text::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_Text)) return true;
+  return c != -1 && c != '<' && !_iswhitespace(c);
+}
+
+bool HKDTDElementRead_Doctype::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_Doctype)) return true;
+  return c == '<';
+}
+
+bool HKDTDElementRead_ProcInst::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_ProcInst)) return true;
+  return c == '<';
+}
+
+bool HKDTDElementRead_Comment::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_Comment)) return true;
+  return c == '<';
+}
+
+bool HKDTDElementRead_Element::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_Element)) return true;
+  return c == '<';
+}
+
+bool HKDTDElementRead_WhitespaceCSS::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_WhitespaceCSS)) return true;
+  return _iswhitespace(c);
+}
+
+bool HKDTDElementRead_WhitespaceCSSHTMLComment::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_WhitespaceCSSHTMLComment)) return true;
+  return c == '<';
+}
+
+bool HKDTDElementRead_WhitespaceCSSHTMLCommentCloser::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_WhitespaceCSSHTMLCommentCloser)) return true;
+  return c == '-';
+}
+
+bool HKDTDElementRead_CloserCSS::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_CloserCSS)) return true;
+  return c == '}';
+}
+
+bool HKDTDElementRead_CommentCSS::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_CommentCSS)) return true;
+  return c == '/';
+}
+
+bool HKDTDElementRead_MediaQueryCSS::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_MediaQueryCSS)) return true;
+  return c == '@';
+}
+
+bool HKDTDElementRead_RuleCSS::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_RuleCSS)) return true;
+  return _isalpha(c) || c == '#' || c == '.' || c == '*';
+}
+
+bool HKDTDElementRead_PropertyCSS::_mayStartWith(int c) {
+  if (typeid(*this) != typeid(HKDTDElementRead_PropertyCSS)) return true;
+  return _isalpha(c);
+}

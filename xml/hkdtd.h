@@ -78,6 +78,11 @@ class HKDTDElementRead {
   // Duplicate() (the reader classes of this library, not derived from);
   // false when the caller has to duplicate.
   virtual bool _reset();
+  // Whether a token of this reader can begin with `c` (the next character).
+  // A reader that surely fails takes nothing from the source, so the tree
+  // builder may skip it without calling Read(). True unless a reader class
+  // of this library says otherwise for an object of exactly its class.
+  virtual bool _mayStartWith(int c);
 
  protected:
   // _reset() of a reader class: only for an object of exactly that class.
@@ -141,6 +146,7 @@ class HKDTDElementRead_WhitespaceText : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 
  protected:
   explicit HKDTDElementRead_WhitespaceText(std::string typeName);
@@ -153,6 +159,7 @@ class HKDTDElementRead_Text : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "htmldoctype": the exact text "<!DOCTYPE ", then everything up to ">".
@@ -162,6 +169,7 @@ class HKDTDElementRead_Doctype : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "xmlprocinst": "<?" up to the first "?>".
@@ -171,6 +179,7 @@ class HKDTDElementRead_ProcInst : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "xmlcomment": "<!--" up to "-->", dashes scanned in pairs.
@@ -180,6 +189,7 @@ class HKDTDElementRead_Comment : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "xmlelement": a start, empty or end tag with its attributes (which land in
@@ -191,6 +201,7 @@ class HKDTDElementRead_Element : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
   bool isClosingTag() override;
   bool hasAttributes() override;
   bool checkInitialTag(const std::string& typeName) override;
@@ -203,6 +214,7 @@ class HKDTDElementRead_WhitespaceCSS : public HKDTDElementRead_WhitespaceText {
   HKDTDElementRead_WhitespaceCSS();
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "css_aa_whitespace": the opening "<!--" of an HTML comment around CSS
@@ -213,6 +225,7 @@ class HKDTDElementRead_WhitespaceCSSHTMLComment : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "css_aaa_whitespace": one or two "-" followed by ">"; a closing token.
@@ -222,6 +235,7 @@ class HKDTDElementRead_WhitespaceCSSHTMLCommentCloser : public HKDTDElementRead 
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
   bool isClosingTag() override;
 };
 
@@ -232,6 +246,7 @@ class HKDTDElementRead_CloserCSS : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
   bool isClosingTag() override;
 };
 
@@ -242,6 +257,7 @@ class HKDTDElementRead_CommentCSS : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "css_d_mediaquery": "@" and everything up to "{" (consumed, not content).
@@ -251,6 +267,7 @@ class HKDTDElementRead_MediaQueryCSS : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "css_e_rule": a selector (first character a letter, "_", "#", "." or "*")
@@ -261,6 +278,7 @@ class HKDTDElementRead_RuleCSS : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // "css_f_property": a letter, then up to and including ";", or up to but not
@@ -271,6 +289,7 @@ class HKDTDElementRead_PropertyCSS : public HKDTDElementRead {
   HKDTDElementRead* Read(HKDTDElementReader& reader) override;
   HKDTDElementRead* Duplicate() override;
   bool _reset() override;
+  bool _mayStartWith(int c) override;
 };
 
 // One grammar.
@@ -303,18 +322,33 @@ class HKDTD {
   std::string insertElementFactory(const std::string& tag, HKDTDObjectFactory factory);
 
   const std::string& GetName() const { return _name; }
-  ReaderMap& Readers() { return _readers; }
+  // The non-const accessors let the caller change the grammar; they count
+  // as a change (see Generation()).
+  ReaderMap& Readers() {
+    ++_generation;
+    return _readers;
+  }
   const ReaderMap& Readers() const { return _readers; }
-  FactoryMap& ObjectFactory() { return _objectFactory; }
+  FactoryMap& ObjectFactory() {
+    ++_generation;
+    return _objectFactory;
+  }
   const FactoryMap& ObjectFactory() const { return _objectFactory; }
   const std::set<std::string>& SubelementContainer() const { return _subelementContainer; }
   const NameSetMap& Allowed() const { return _allowed; }
   const NameSetMap& Disallowed() const { return _disallowed; }
   const std::set<std::string>& NoClosingTagElements() const { return _noClosingTag; }
-  FactoryMap& ElementFactories() { return _elementFactories; }
+  FactoryMap& ElementFactories() {
+    ++_generation;
+    return _elementFactories;
+  }
   const FactoryMap& ElementFactories() const { return _elementFactories; }
+  // Counts the changes of this grammar, so that what the tree builder keeps
+  // about it between two tokens can be checked for being current.
+  unsigned long Generation() const { return _generation; }
 
  private:
+  friend class HKXMLContentSplitter;
   void _clearReaders();
   void _copyFrom(const HKDTD& other);
 
@@ -326,6 +360,7 @@ class HKDTD {
   NameSetMap _disallowed;
   std::set<std::string> _noClosingTag;
   FactoryMap _elementFactories;
+  unsigned long _generation = 0;
 };
 
 // The reader, which the inline operations of the transaction need.

@@ -43,6 +43,31 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
     // entries stay in place while reading).
     HKDTD* cachedGrammar = nullptr;
     std::string cachedName;
+    // What the grammar says about the tokens of a reader, kept while the
+    // grammar is unchanged.
+    struct TokenInfo {
+      const HKDTDElementRead* reader;
+      const HKDTD* grammar;
+      unsigned long generation;
+      const HKDTDObjectFactory* factory;
+      bool container;
+    };
+    TokenInfo infos[16];
+    std::size_t infoCount = 0;
+    std::size_t infoNext = 0;
+    auto tokenInfo = [&](const HKDTDElementRead* r, const HKDTD& g, const std::string& type) -> const TokenInfo& {
+      for (std::size_t i = 0; i < infoCount; ++i) {
+        const TokenInfo& t = infos[i];
+        if (t.reader == r && t.grammar == &g && t.generation == g.Generation()) return t;
+      }
+      auto f = g._objectFactory.find(type);
+      TokenInfo& t = infos[infoNext];
+      t = TokenInfo{r, &g, g.Generation(), f == g._objectFactory.end() ? nullptr : &f->second,
+                    g._subelementContainer.count(type) != 0};
+      infoNext = (infoNext + 1) % 16;
+      if (infoCount < 16) ++infoCount;
+      return t;
+    };
     while (!reader.eof() && !(single && processed)) {
       if (cachedGrammar == nullptr || cachedName != _currentDTD) {
         auto grammarIt = reader.DTDs().find(_currentDTD);
@@ -53,18 +78,19 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       HKDTD& grammar = *cachedGrammar;
 
       const std::set<std::string>* disallowed = nullptr;
-      const auto& disallowedMap = grammar.Disallowed();
-      if (!disallowedMap.empty()) {
-        auto it = disallowedMap.find(_current->GetTypeName());
-        if (it != disallowedMap.end()) disallowed = &it->second;
+      if (!grammar._disallowed.empty()) {
+        auto it = grammar._disallowed.find(_current->GetTypeName());
+        if (it != grammar._disallowed.end()) disallowed = &it->second;
       }
 
       // The first reader in priority order that recognises a token wins.
       HKDTDElementRead* token = nullptr;
       HKDTD::ReaderMap::iterator tokenIt;
-      for (auto it = grammar.Readers().begin(); it != grammar.Readers().end(); ++it) {
+      for (auto it = grammar._readers.begin(); it != grammar._readers.end(); ++it) {
         if (it->second == nullptr) continue;
         if (disallowed != nullptr && disallowed->count(it->first) != 0) continue;
+        // A reader that cannot start here would fail without taking anything.
+        if (!it->second->_mayStartWith(reader.peek())) continue;
         token = it->second->Read(reader);
         if (token != nullptr) {
           tokenIt = it;
@@ -80,7 +106,8 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       const std::string& tokenType = token->GetTypeName();
       const std::string& content = token->GetContent();
       try {
-        if (token->isClosingTag() || grammar.NoClosingTagElements().count(_current->GetTypeName()) != 0) {
+        if (token->isClosingTag() ||
+            (!grammar._noClosingTag.empty() && grammar._noClosingTag.count(_current->GetTypeName()) != 0)) {
           // Close the current element.
           _current->finishRead();
           HKXMLComplexElement* parent = _current->getParent();
@@ -96,9 +123,10 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
           }
         } else {
           // Create an element for the token.
-          auto factoryIt = grammar.ObjectFactory().find(tokenType);
-          if (factoryIt == grammar.ObjectFactory().end()) throw std::bad_function_call();
-          HKXMLComplexElement* created = factoryIt->second(content, grammar);
+          const TokenInfo& info = tokenInfo(token, grammar, tokenType);
+          const bool container = info.container;
+          if (info.factory == nullptr) throw std::bad_function_call();
+          HKXMLComplexElement* created = (*info.factory)(content, grammar);
           if (created == nullptr || _current == nullptr) {
             delete created;
             throw HKException("problem in DTD with '" + tokenType + "'", __LINE__, "src");
@@ -120,7 +148,7 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
           // From here the tree owns the element (a refused element is destroyed
           // by PushBackChildElement).
           *_current << created;
-          if (token->hasNoClosingTag() || grammar.SubelementContainer().count(tokenType) == 0) {
+          if (token->hasNoClosingTag() || !container) {
             created->finishRead();
           } else {
             if (_depth >= MaxDepth) {
@@ -147,6 +175,7 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
         HKDTDElementRead* fresh = token->Duplicate();
         tokenIt->second = fresh;
         delete token;
+        ++grammar._generation;  // the reader map changed
       }
       processed = true;
     }

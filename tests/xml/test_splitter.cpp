@@ -406,3 +406,66 @@ TEST(XmlSplitterErrors, FailedReadKeepsPartialTree) {
   EXPECT_EQ(ErrorOf(p, "xml"), "wrong closing tag '/a' instead '/c' around line 1");
   EXPECT_EQ(PrintedChildren(*p.reader->Splitter().getTopElement()), "<a><b />\n<c />\n</a>");
 }
+
+// ---- what the tree builder keeps between tokens stays current ----
+
+TEST(XmlSplitter, FactoryReplacedDuringReadTakesEffectAtOnce) {
+  HKDTD xml = HKDTDStandardGrammar("xml");
+  xml.insertIntoDTDObjectFactory("xmltext", [](const std::string& word, HKDTD& dtd) -> HKXMLComplexElement* {
+    if (word == "switch") {
+      dtd.insertIntoDTDObjectFactory("xmltext", [](const std::string& w, HKDTD&) -> HKXMLComplexElement* {
+        return new HKXMLGenericText("[" + w + "]");
+      });
+    }
+    return new HKXMLGenericText(word);
+  });
+  Parsed p("a switch b c");
+  p.reader->addDTD(xml);
+  EXPECT_EQ(PrintedChildren(*p.Read("xml")), "a switch [b] [c]");
+}
+
+TEST(XmlSplitter, ContainerSetChangedDuringReadTakesEffectAtOnce) {
+  // "p" elements become containers only after the first "<mark/>".
+  HKDTD dtd("g");
+  dtd.insertDTDElementRead(new HKDTDElementRead_Element());
+  dtd.insertIntoDTDObjectFactory("xmlelement", [](const std::string& name, HKDTD& g) -> HKXMLComplexElement* {
+    if (name == "mark") g.insertIntoSubelementContainer("xmlelement");
+    return new HKXMLGenericElement(name, true);
+  });
+  Parsed p("<p><mark/><p><q/></p>");
+  p.reader->addDTD(dtd);
+  EXPECT_EQ(PrintedChildren(*p.Read("g")), "<p /><mark /><p><q />\n</p>");
+}
+
+namespace {
+// A reader of its own: every token is one character "x"; counts its copies.
+class XReader : public HKDTDElementRead {
+ public:
+  explicit XReader(int* copies) : HKDTDElementRead("x"), _copies(copies) {}
+  HKDTDElementRead* Read(HKDTDElementReader& reader) override {
+    if (reader.peek() != 'x') return nullptr;
+    reader.get();
+    _content = "x" + std::to_string(*_copies);
+    return this;
+  }
+  HKDTDElementRead* Duplicate() override {
+    ++*_copies;
+    return new XReader(_copies);
+  }
+
+ private:
+  int* _copies;
+};
+}  // namespace
+
+TEST(XmlSplitter, ReadersOfOtherClassesAreDuplicatedAfterEveryToken) {
+  int copies = 0;
+  HKDTD dtd("g");
+  dtd.insertDTDElementRead(new XReader(&copies));
+  dtd.insertIntoDTDObjectFactory("x", [](const std::string& c, HKDTD&) -> HKXMLComplexElement* { return new HKXMLGenericText(c); });
+  Parsed p("xxx");
+  p.reader->addDTD(dtd);  // the copy into the reader duplicates once
+  EXPECT_EQ(copies, 1);
+  EXPECT_EQ(PrintedChildren(*p.Read("g")), "x1x2x3");
+  EXPECT_EQ(copies, 4);
+}
