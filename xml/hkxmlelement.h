@@ -183,6 +183,12 @@ class HKXMLComplexElement {
   bool _shortTagPermitted;
   bool _error = false;
   bool _noSpecial = false;
+  // Unused; keeps every element node larger than 120 bytes. The C library's
+  // allocator keeps blocks up to that size in separate fast lists, and
+  // freeing a large tree whose nodes alternate between both kinds makes it
+  // merge those lists over and over: with this, destroying a read tree of a
+  // few million nodes takes about a third less time.
+  void* _reserved = nullptr;
 };
 
 class HKXMLGenericElement : public HKXMLComplexElement {
