@@ -556,7 +556,6 @@ std::string HKDTD::insertNoClosingTagElement(const std::string& name) {
 }
 
 std::string HKDTD::insertElementFactory(const std::string& tag, HKDTDObjectFactory factory) {
-  ++_generation;
   _elementFactories[tag] = std::move(factory);
   return tag;
 }

@@ -322,8 +322,8 @@ class HKDTD {
   std::string insertElementFactory(const std::string& tag, HKDTDObjectFactory factory);
 
   const std::string& GetName() const { return _name; }
-  // The non-const accessors let the caller change the grammar; they count
-  // as a change (see Generation()).
+  // The non-const accessors of readers and factories let the caller change
+  // the grammar; they count as a change (see Generation()).
   ReaderMap& Readers() {
     ++_generation;
     return _readers;
@@ -338,10 +338,8 @@ class HKDTD {
   const NameSetMap& Allowed() const { return _allowed; }
   const NameSetMap& Disallowed() const { return _disallowed; }
   const std::set<std::string>& NoClosingTagElements() const { return _noClosingTag; }
-  FactoryMap& ElementFactories() {
-    ++_generation;
-    return _elementFactories;
-  }
+  // The element factories are no part of what the tree builder keeps.
+  FactoryMap& ElementFactories() { return _elementFactories; }
   const FactoryMap& ElementFactories() const { return _elementFactories; }
   // Counts the changes of this grammar, so that what the tree builder keeps
   // about it between two tokens can be checked for being current.

@@ -488,10 +488,14 @@ TEST(XmlReader, HtmlGrammarWaitsForDocumentFactories) {
 TEST(XmlReader, GrammarFillerCompletesStandardGrammar) {
   // Fillers run for every reader built later; this one only marks a grammar
   // that no other test uses.
-  HKDTDRegisterGrammarFiller("testonly", [](HKDTD& dtd) {
-    dtd.insertDTDElementRead(new HKDTDElementRead_Text());
-    dtd.insertIntoDTDObjectFactory("xmltext", [](const std::string& c, HKDTD&) { return new HKXMLGenericText(c); });
-  });
+  static const bool registered = [] {
+    HKDTDRegisterGrammarFiller("testonly", [](HKDTD& dtd) {
+      dtd.insertDTDElementRead(new HKDTDElementRead_Text());
+      dtd.insertIntoDTDObjectFactory("xmltext", [](const std::string& c, HKDTD&) { return new HKXMLGenericText(c); });
+    });
+    return true;
+  }();
+  EXPECT_TRUE(registered);
   HKDTD filled = HKDTDStandardGrammar("testonly");
   EXPECT_EQ(filled.Readers().size(), 1u);
   EXPECT_EQ(filled.ObjectFactory().size(), 1u);
