@@ -6,6 +6,7 @@
 // destructor deletes the application, whose scheduler ends every job.
 #include <toviktwo/toviktwo.h>
 
+#include <atomic>
 #include <iostream>
 #include <mutex>
 
@@ -34,7 +35,7 @@ class DemoApp : public HKTovikApplication2 {
   }
 
  private:
-  unsigned _steps = 0;  // written by the job only, one run at a time
+  std::atomic<unsigned> _steps{0};  // written by the job, read by Stop()
 };
 
 // The console driver ends on "quit" and, unlike the plain driver, also at
