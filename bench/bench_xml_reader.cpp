@@ -50,6 +50,18 @@ void BM_Tovik_Read(benchmark::State& state) {
 }
 BENCHMARK(BM_Tovik_Read)->Unit(benchmark::kMillisecond);
 
+// A small text: the price of constructing a reader (all its grammars).
+void BM_Tovik_ReadSmall(benchmark::State& state) {
+  std::string text = "<div id=\"x\"><span>a b</span></div>";
+  for (auto _ : state) {
+    HKDTDElementReaderString reader(text, 0);
+    HKXMLComplexElement* top = reader.read("xml", false);
+    benchmark::DoNotOptimize(top);
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+}
+BENCHMARK(BM_Tovik_ReadSmall);
+
 void BM_Tovik_Print(benchmark::State& state) {
   std::string text = Document();
   HKDTDElementReaderString reader(text, 0);

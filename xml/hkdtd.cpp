@@ -482,9 +482,14 @@ HKDTDElementRead* HKDTDElementRead_PropertyCSS::Duplicate() { return new HKDTDEl
 
 // ---- HKDTD ----
 
-HKDTD::HKDTD(const std::string& name) : _name(name) {}
+HKDTD::HKDTD(const std::string& name) : _name(name), _tables(std::make_shared<_Tables>()) {}
 
 HKDTD::HKDTD(const HKDTD& other) { _copyFrom(other); }
+
+HKDTD::HKDTD(HKDTD&& other) noexcept
+    : _name(std::move(other._name)), _readers(std::move(other._readers)), _tables(other._tables) {
+  other._readers.clear();
+}
 
 HKDTD& HKDTD::operator=(const HKDTD& other) {
   if (this != &other) {
@@ -505,12 +510,12 @@ void HKDTD::_clearReaders() {
 void HKDTD::_copyFrom(const HKDTD& other) {
   _name = other._name;
   for (const auto& [type, reader] : other._readers) _readers.emplace(type, reader != nullptr ? reader->Duplicate() : nullptr);
-  _objectFactory = other._objectFactory;
-  _subelementContainer = other._subelementContainer;
-  _allowed = other._allowed;
-  _disallowed = other._disallowed;
-  _noClosingTag = other._noClosingTag;
-  _elementFactories = other._elementFactories;
+  _tables = other._tables;
+}
+
+HKDTD::_Tables& HKDTD::_own() {
+  if (_tables.use_count() > 1) _tables = std::make_shared<_Tables>(*_tables);
+  return *_tables;
 }
 
 std::string HKDTD::insertDTDElementRead(HKDTDElementRead* reader) {
@@ -527,36 +532,36 @@ std::string HKDTD::insertDTDElementRead(HKDTDElementRead* reader) {
 
 std::string HKDTD::insertIntoDTDObjectFactory(const std::string& name, HKDTDObjectFactory factory) {
   ++_generation;
-  _objectFactory[name] = std::move(factory);
+  _own().objectFactory[name] = std::move(factory);
   return name;
 }
 
 std::string HKDTD::insertIntoSubelementContainer(const std::string& name) {
   ++_generation;
-  _subelementContainer.insert(name);
+  _own().subelementContainer.insert(name);
   return name;
 }
 
 std::string HKDTD::insertAllowed(const std::string& name, const std::set<std::string>& names) {
   ++_generation;
-  _allowed[name] = names;
+  _own().allowed[name] = names;
   return name;
 }
 
 std::string HKDTD::insertDisallowed(const std::string& name, const std::set<std::string>& names) {
   ++_generation;
-  _disallowed[name] = names;
+  _own().disallowed[name] = names;
   return name;
 }
 
 std::string HKDTD::insertNoClosingTagElement(const std::string& name) {
   ++_generation;
-  _noClosingTag.insert(name);
+  _own().noClosingTag.insert(name);
   return name;
 }
 
 std::string HKDTD::insertElementFactory(const std::string& tag, HKDTDObjectFactory factory) {
-  _elementFactories[tag] = std::move(factory);
+  _own().elementFactories[tag] = std::move(factory);
   return tag;
 }
 

@@ -15,6 +15,7 @@
 #include <list>
 #include <typeinfo>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -293,6 +294,11 @@ class HKDTDElementRead_PropertyCSS : public HKDTDElementRead {
 };
 
 // One grammar.
+//
+// The tables (factories, containers, allowed/disallowed, no-closing-tag
+// elements, element factories) never carry state from one read to the next,
+// so copies of a grammar share them until one of the copies is changed. The
+// token readers carry state and are duplicated with every copy.
 class HKDTD {
  public:
   using ReaderMap = std::map<std::string, HKDTDElementRead*>;
@@ -302,6 +308,7 @@ class HKDTD {
   explicit HKDTD(const std::string& name = "");
   // Copies duplicate the token readers.
   HKDTD(const HKDTD& other);
+  HKDTD(HKDTD&& other) noexcept;
   HKDTD& operator=(const HKDTD& other);
   ~HKDTD();
 
@@ -323,7 +330,8 @@ class HKDTD {
 
   const std::string& GetName() const { return _name; }
   // The non-const accessors of readers and factories let the caller change
-  // the grammar; they count as a change (see Generation()).
+  // the grammar; they count as a change (see Generation()). Look-ups should
+  // go through the const ones.
   ReaderMap& Readers() {
     ++_generation;
     return _readers;
@@ -331,33 +339,38 @@ class HKDTD {
   const ReaderMap& Readers() const { return _readers; }
   FactoryMap& ObjectFactory() {
     ++_generation;
-    return _objectFactory;
+    return _own().objectFactory;
   }
-  const FactoryMap& ObjectFactory() const { return _objectFactory; }
-  const std::set<std::string>& SubelementContainer() const { return _subelementContainer; }
-  const NameSetMap& Allowed() const { return _allowed; }
-  const NameSetMap& Disallowed() const { return _disallowed; }
-  const std::set<std::string>& NoClosingTagElements() const { return _noClosingTag; }
+  const FactoryMap& ObjectFactory() const { return _tables->objectFactory; }
+  const std::set<std::string>& SubelementContainer() const { return _tables->subelementContainer; }
+  const NameSetMap& Allowed() const { return _tables->allowed; }
+  const NameSetMap& Disallowed() const { return _tables->disallowed; }
+  const std::set<std::string>& NoClosingTagElements() const { return _tables->noClosingTag; }
   // The element factories are no part of what the tree builder keeps.
-  FactoryMap& ElementFactories() { return _elementFactories; }
-  const FactoryMap& ElementFactories() const { return _elementFactories; }
+  FactoryMap& ElementFactories() { return _own().elementFactories; }
+  const FactoryMap& ElementFactories() const { return _tables->elementFactories; }
   // Counts the changes of this grammar, so that what the tree builder keeps
   // about it between two tokens can be checked for being current.
   unsigned long Generation() const { return _generation; }
 
  private:
   friend class HKXMLContentSplitter;
+  struct _Tables {
+    FactoryMap objectFactory;
+    std::set<std::string> subelementContainer;
+    NameSetMap allowed;
+    NameSetMap disallowed;
+    std::set<std::string> noClosingTag;
+    FactoryMap elementFactories;
+  };
+  // The tables for a change: a copy of its own first if they are shared.
+  _Tables& _own();
   void _clearReaders();
   void _copyFrom(const HKDTD& other);
 
   std::string _name;
   ReaderMap _readers;
-  FactoryMap _objectFactory;
-  std::set<std::string> _subelementContainer;
-  NameSetMap _allowed;
-  NameSetMap _disallowed;
-  std::set<std::string> _noClosingTag;
-  FactoryMap _elementFactories;
+  std::shared_ptr<_Tables> _tables;
   unsigned long _generation = 0;
 };
 

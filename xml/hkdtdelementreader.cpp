@@ -54,14 +54,32 @@ void HKDTDElementReader::addDTD(HKDTD& dtd) { _dtds[dtd.GetName()] = dtd; }
 
 namespace {
 
-std::mutex& hkFillerMutex() {
-  static std::mutex m;
+// The fillers and, built from them once, the standard grammars that every
+// reader copies (the copies share the grammars' tables). Registering a
+// filler makes the grammars be built again.
+std::recursive_mutex& hkFillerMutex() {
+  static std::recursive_mutex m;
   return m;
 }
 
 std::map<std::string, std::vector<HKDTDGrammarFiller>>& hkFillers() {
   static std::map<std::string, std::vector<HKDTDGrammarFiller>> fillers;
   return fillers;
+}
+
+unsigned long& hkFillerGeneration() {
+  static unsigned long generation = 0;
+  return generation;
+}
+
+struct HKPrototype {
+  unsigned long generation;
+  HKDTD dtd;
+};
+
+std::map<std::string, HKPrototype>& hkPrototypes() {
+  static std::map<std::string, HKPrototype> prototypes;
+  return prototypes;
 }
 
 HKXMLComplexElement* hkMakeComment(const std::string& content, HKDTD&) { return new HKXML_Comment2(content); }
@@ -134,7 +152,7 @@ void hkBuildGrammar(HKDTD& dtd) {
   }
   std::vector<HKDTDGrammarFiller> fillers;
   {
-    std::lock_guard<std::mutex> lock(hkFillerMutex());
+    std::lock_guard<std::recursive_mutex> lock(hkFillerMutex());
     auto it = hkFillers().find(name);
     if (it != hkFillers().end()) fillers = it->second;
   }
@@ -144,22 +162,35 @@ void hkBuildGrammar(HKDTD& dtd) {
 }  // namespace
 
 void HKDTDRegisterGrammarFiller(const std::string& grammar, HKDTDGrammarFiller filler) {
-  std::lock_guard<std::mutex> lock(hkFillerMutex());
+  std::lock_guard<std::recursive_mutex> lock(hkFillerMutex());
   hkFillers()[grammar].push_back(std::move(filler));
+  ++hkFillerGeneration();
 }
 
 HKDTD HKDTDStandardGrammar(const std::string& name) {
-  HKDTD dtd(name);
-  hkBuildGrammar(dtd);
-  return dtd;
+  unsigned long generation;
+  {
+    std::lock_guard<std::recursive_mutex> lock(hkFillerMutex());
+    generation = hkFillerGeneration();
+    auto it = hkPrototypes().find(name);
+    if (it != hkPrototypes().end() && it->second.generation == generation) return HKDTD(it->second.dtd);
+  }
+  // Built without the lock held: the fillers are code of other parts.
+  HKDTD built(name);
+  hkBuildGrammar(built);
+  std::lock_guard<std::recursive_mutex> lock(hkFillerMutex());
+  auto it = hkPrototypes().find(name);
+  if (it == hkPrototypes().end()) {
+    it = hkPrototypes().emplace(name, HKPrototype{generation, HKDTD(built)}).first;
+  } else if (it->second.generation != hkFillerGeneration()) {
+    it->second.generation = generation;
+    it->second.dtd = built;
+  }
+  return built;
 }
 
 HKDTDElementReader::HKDTDElementReader() {
-  for (const char* name : {"xml", "html", "xmlhtml", "css", "cssRule"}) {
-    auto [it, inserted] = _dtds.emplace(name, HKDTD(name));
-    (void)inserted;
-    hkBuildGrammar(it->second);
-  }
+  for (const char* name : {"xml", "html", "xmlhtml", "css", "cssRule"}) _dtds.emplace(name, HKDTDStandardGrammar(name));
 }
 
 HKDTDElementReader::~HKDTDElementReader() = default;

@@ -60,10 +60,11 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
         const TokenInfo& t = infos[i];
         if (t.reader == r && t.grammar == &g && t.generation == g.Generation()) return t;
       }
-      auto f = g._objectFactory.find(type);
+      const HKDTD::_Tables& tables = *g._tables;
+      auto f = tables.objectFactory.find(type);
       TokenInfo& t = infos[infoNext];
-      t = TokenInfo{r, &g, g.Generation(), f == g._objectFactory.end() ? nullptr : &f->second,
-                    g._subelementContainer.count(type) != 0};
+      t = TokenInfo{r, &g, g.Generation(), f == tables.objectFactory.end() ? nullptr : &f->second,
+                    tables.subelementContainer.count(type) != 0};
       infoNext = (infoNext + 1) % 16;
       if (infoCount < 16) ++infoCount;
       return t;
@@ -78,9 +79,10 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       HKDTD& grammar = *cachedGrammar;
 
       const std::set<std::string>* disallowed = nullptr;
-      if (!grammar._disallowed.empty()) {
-        auto it = grammar._disallowed.find(_current->GetTypeName());
-        if (it != grammar._disallowed.end()) disallowed = &it->second;
+      const HKDTD::_Tables& tables = *grammar._tables;
+      if (!tables.disallowed.empty()) {
+        auto it = tables.disallowed.find(_current->GetTypeName());
+        if (it != tables.disallowed.end()) disallowed = &it->second;
       }
 
       // The first reader in priority order that recognises a token wins.
@@ -107,7 +109,8 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       const std::string& content = token->GetContent();
       try {
         if (token->isClosingTag() ||
-            (!grammar._noClosingTag.empty() && grammar._noClosingTag.count(_current->GetTypeName()) != 0)) {
+            (!grammar._tables->noClosingTag.empty() &&
+             grammar._tables->noClosingTag.count(_current->GetTypeName()) != 0)) {
           // Close the current element.
           _current->finishRead();
           HKXMLComplexElement* parent = _current->getParent();

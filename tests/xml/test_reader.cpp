@@ -1,8 +1,10 @@
 // The character source, the token readers and the grammars.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "xml_test_util.h"
@@ -499,4 +501,39 @@ TEST(XmlReader, GrammarFillerCompletesStandardGrammar) {
   HKDTD filled = HKDTDStandardGrammar("testonly");
   EXPECT_EQ(filled.Readers().size(), 1u);
   EXPECT_EQ(filled.ObjectFactory().size(), 1u);
+}
+
+TEST(XmlReader, CopiesShareTablesUntilOneChanges) {
+  HKDTD a = HKDTDStandardGrammar("xml");
+  HKDTD b = a;
+  // A change to one copy leaves the other as it was.
+  b.insertIntoSubelementContainer("xmltext");
+  b.insertNoClosingTagElement("br");
+  EXPECT_EQ(a.SubelementContainer().count("xmltext"), 0u);
+  EXPECT_EQ(a.NoClosingTagElements().count("br"), 0u);
+  EXPECT_EQ(b.SubelementContainer().count("xmltext"), 1u);
+  // A fresh standard grammar is unaffected too.
+  EXPECT_EQ(HKDTDStandardGrammar("xml").SubelementContainer(), (std::set<std::string>{"xmlelement"}));
+  // Changing through the non-const accessor as well.
+  HKDTD c = a;
+  c.ObjectFactory().erase("xmltext");
+  EXPECT_EQ(a.ObjectFactory().count("xmltext"), 1u);
+  EXPECT_EQ(c.ObjectFactory().count("xmltext"), 0u);
+}
+
+TEST(XmlReader, ReadersAreBuiltAndUsedOnSeveralThreads) {
+  std::vector<std::thread> threads;
+  std::atomic<int> good{0};
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&good, t] {
+      for (int i = 0; i < 50; ++i) {
+        if (t == 0 && i == 25) HKDTDRegisterGrammarFiller("threadtest", [](HKDTD&) {});
+        std::string text = "<a n='" + std::to_string(i) + "'>x y</a>";
+        HKDTDElementReaderString reader(text, 0);
+        if (xmltest::PrintedChildren(*reader.read("xml", false)) == "<a n=\"" + std::to_string(i) + "\">x y</a>") ++good;
+      }
+    });
+  }
+  for (auto& th : threads) th.join();
+  EXPECT_EQ(good.load(), 200);
 }
