@@ -514,7 +514,11 @@ void HKDTD::_copyFrom(const HKDTD& other) {
 }
 
 HKDTD::_Tables& HKDTD::_own() {
-  if (_tables.use_count() > 1) _tables = std::make_shared<_Tables>(*_tables);
+  if (_tables.use_count() > 1) {
+    _tables = std::make_shared<_Tables>(*_tables);
+    // What was kept about the shared tables may point into them.
+    ++_generation;
+  }
   return *_tables;
 }
 
