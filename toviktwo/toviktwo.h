@@ -23,6 +23,12 @@
 #include "xml/hkdtdelementreader.h"
 
 // Documents
+#include "documents/css/hkcss.h"
+#include "documents/html/hkhtmlelement.h"
+#include "documents/html/hkhtmldocument.h"
+#include "documents/html/hkhtmlform.h"
+#include "documents/html/hkdatareader.h"
+#include "documents/svg/hksvg.h"
 
 // Network transport
 #include "transport/hktransceiver.h"
