@@ -22,6 +22,7 @@
 #include "transport/hkservercallback.h"
 
 class HKHTMLKontextN;
+class HKHTML_Document2;
 class HKTransceiverServerL0;
 
 // The method of a message.
@@ -202,6 +203,8 @@ class HKXResponseHeader : public HKXHeader {
   HKXResponseHeader(HKHTTPScheme scheme, bool serverSide, HKTovikProtocols_t protocol);
   // Writes the text into the body, status 200, job state 6.
   void setHTTPResponse200(const std::string& text);
+  // The document printed into a text, then as above.
+  void setHTTPResponse200(const HKHTML_Document2& document);
   // Location, job state 6, status 303; the number is not used.
   void Redirect(const std::string& url, int unused);
   // Asks the application to put `kontext` in place of the context `name`.
