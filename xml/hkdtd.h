@@ -346,8 +346,9 @@ class HKDTD {
   const NameSetMap& Allowed() const { return _tables->allowed; }
   const NameSetMap& Disallowed() const { return _tables->disallowed; }
   const std::set<std::string>& NoClosingTagElements() const { return _tables->noClosingTag; }
-  // The element factories are no part of what the tree builder keeps.
-  FactoryMap& ElementFactories() { return _own().elementFactories; }
+  // Looked up for every element read in the HTML grammars: read-only here
+  // (insertElementFactory changes them), so that a look-up never has to
+  // unshare the tables.
   const FactoryMap& ElementFactories() const { return _tables->elementFactories; }
   // Counts the changes of this grammar, so that what the tree builder keeps
   // about it between two tokens can be checked for being current.
