@@ -12,9 +12,81 @@ HKHTML_BaseElement2::HKHTML_BaseElement2(const std::string& name, bool shortForc
     : HKXMLGenericElement(name, true) {
   _shortTagForced = shortForced;
   _shortTagPermitted = shortPermitted;
-  ReplaceAttributeContent("class", _class);
-  ReplaceAttributeContent("id", _id);
-  ReplaceAttributeContent("style", _style);
+}
+
+void HKHTML_BaseElement2::_registerMembers() {
+  if (_membersRegistered) return;
+  _membersRegistered = true;
+  for (const char* name : {"class", "id", "style"}) {
+    if (!HKXMLGenericElement::ContainsAttribute(name)) {
+      HKXMLGenericElement::ReplaceAttributeContent(name, *_member(name));
+    }
+  }
+}
+
+HKXMLComplexAttribute2* HKHTML_BaseElement2::_member(const std::string& name) {
+  if (name.size() == 2 && name == "id") return &_id;
+  if (name.size() == 5) {
+    if (name == "class") return &_class;
+    if (name == "style") return &_style;
+  }
+  return nullptr;
+}
+
+HKXMLStringHKAttribute& HKHTML_BaseElement2::id() {
+  _registerMembers();
+  return _id;
+}
+
+HKXMLStringHKAttribute& HKHTML_BaseElement2::cssClass() {
+  _registerMembers();
+  return _class;
+}
+
+HKStyleAttribute& HKHTML_BaseElement2::style() {
+  _registerMembers();
+  return _style;
+}
+
+bool HKHTML_BaseElement2::ReplaceAttributeContent(const std::string& name, const std::string& value) {
+  if (!_membersRegistered && _member(name) != nullptr) _registerMembers();
+  return HKXMLGenericElement::ReplaceAttributeContent(name, value);
+}
+
+HKXMLComplexAttribute2& HKHTML_BaseElement2::operator[](const std::string& name) {
+  _registerMembers();
+  return HKXMLGenericElement::operator[](name);
+}
+
+std::string HKHTML_BaseElement2::getAttributeText(const std::string& name, const std::string& fallback) {
+  if (!_membersRegistered) {
+    if (HKXMLComplexAttribute2* member = _member(name)) {
+      // Unregistered means never set: the table would print it empty.
+      if (!HKXMLGenericElement::ContainsAttribute(name)) {
+        std::ostringstream os;
+        member->print(os);
+        return os.str();
+      }
+    }
+  }
+  return HKXMLGenericElement::getAttributeText(name, fallback);
+}
+
+bool HKHTML_BaseElement2::IdentAttribute(const std::string& name, const std::string& value) {
+  if (!_membersRegistered && _member(name) != nullptr && !HKXMLGenericElement::ContainsAttribute(name)) {
+    return getAttributeText(name, std::string()) == value;
+  }
+  return HKXMLGenericElement::IdentAttribute(name, value);
+}
+
+bool HKHTML_BaseElement2::ContainsAttribute(const std::string& name) {
+  if (!_membersRegistered && _member(name) != nullptr) return true;
+  return HKXMLGenericElement::ContainsAttribute(name);
+}
+
+bool HKHTML_BaseElement2::RemoveAttribute(const std::string& name) {
+  _registerMembers();
+  return HKXMLGenericElement::RemoveAttribute(name);
 }
 
 HKHTML_BaseElement2::HKHTML_BaseElement2() : HKHTML_BaseElement2("htmlbaseelement", false, false) {}
@@ -50,9 +122,9 @@ std::string HKHTML_BaseElement2::AsJavaScriptAdd() {
   return js;
 }
 
-void HKHTML_BaseElement2::setID(const std::string& id) { _id = id; }
+void HKHTML_BaseElement2::setID(const std::string& id) { this->id() = id; }
 
-void HKHTML_BaseElement2::setStyle(const std::string& style) { _style = style; }
+void HKHTML_BaseElement2::setStyle(const std::string& style) { this->style() = style; }
 
 // ---- families ----
 

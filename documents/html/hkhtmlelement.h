@@ -35,11 +35,21 @@ class HKHTML_form2;
 class HKHTML_head2;
 class HKHTML_body2;
 
+// The id, class and style members are attributes of every HTML element:
+// reading, operator[] and the other attribute operations reach them under
+// "id", "class" and "style", and they print only when set.
+//
+// A page holds one element per word of text, and most elements never carry
+// any of the three; so the proxies that put them into the attribute table
+// are registered with the first operation that needs them (any attribute
+// operation naming them, operator[], RemoveAttribute, and the accessors and
+// setters below, which may set them). Until then they are unset, and the
+// queries (ContainsAttribute, getAttributeText, IdentAttribute) answer for
+// them as the table would.
 class HKHTML_BaseElement2 : public HKXMLGenericElement {
  public:
   // A structural element whose short-tag flags are exactly the ones given
-  // (this overrides the generic element's "permitted" default). Registers
-  // id, class and style; they print only when set.
+  // (this overrides the generic element's "permitted" default).
   HKHTML_BaseElement2(const std::string& name, bool shortForced, bool shortPermitted);
   ~HKHTML_BaseElement2() override;
 
@@ -52,18 +62,33 @@ class HKHTML_BaseElement2 : public HKXMLGenericElement {
   void setID(const std::string& id);
   void setStyle(const std::string& style);
 
-  HKXMLStringHKAttribute& id() { return _id; }
-  HKXMLStringHKAttribute& cssClass() { return _class; }
-  HKStyleAttribute& style() { return _style; }
+  HKXMLStringHKAttribute& id();
+  HKXMLStringHKAttribute& cssClass();
+  HKStyleAttribute& style();
+
+  using HKXMLGenericElement::ReplaceAttributeContent;
+  bool ReplaceAttributeContent(const std::string& name, const std::string& value) override;
+  HKXMLComplexAttribute2& operator[](const std::string& name) override;
+  std::string getAttributeText(const std::string& name, const std::string& fallback) override;
+  bool IdentAttribute(const std::string& name, const std::string& value) override;
+  bool ContainsAttribute(const std::string& name) override;
+  bool RemoveAttribute(const std::string& name) override;
 
  protected:
   // The constructor the families use: placeholder name, then they assign
   // the tag to the type name.
   HKHTML_BaseElement2();
+  // Puts id, class and style into the attribute table (once). A name that
+  // was registered otherwise in the meantime keeps its entry.
+  void _registerMembers();
+  // The member behind one of the three names, or null.
+  HKXMLComplexAttribute2* _member(const std::string& name);
 
+ private:
   HKXMLStringHKAttribute _id;
   HKXMLStringHKAttribute _class;
   HKStyleAttribute _style;
+  bool _membersRegistered = false;
 };
 
 class HKHTML_ElementType0 : public virtual HKHTML_BaseElement2 {

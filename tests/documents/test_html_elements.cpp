@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <list>
+#include <memory>
 #include <set>
 #include <vector>
 
@@ -299,4 +301,56 @@ TEST(HtmlReading, TypedAttributesOfInputLandInMembers) {
   EXPECT_EQ(input->name().str(), "n");
   EXPECT_EQ(input->type().str(), "text");
   EXPECT_EQ(Printed(*input), "<input name=\"n\" type=\"text\" value=\"v\" />");
+}
+
+// ---- id, class and style as attributes ----
+
+TEST(HtmlMembers, ReachableThroughAttributeOperations) {
+  HKHTML_td2 td;
+  EXPECT_TRUE(td.ContainsAttribute("id"));
+  EXPECT_TRUE(td.ContainsAttribute("class"));
+  EXPECT_TRUE(td.ContainsAttribute("style"));
+  EXPECT_FALSE(td.ContainsAttribute("title"));
+  EXPECT_EQ(td.getAttributeText("id", "fallback"), "");
+  EXPECT_EQ(td.getAttributeText("title", "fallback"), "fallback");
+  EXPECT_TRUE(td.IdentAttribute("class", ""));
+  EXPECT_FALSE(td.IdentAttribute("class", "x"));
+  td["id"] = std::string("cell");
+  EXPECT_EQ(td.id().str(), "cell");
+  EXPECT_TRUE(td.IdentAttribute("id", "cell"));
+  td.ReplaceAttributeContent("style", std::string("color:red"));
+  EXPECT_EQ(td.style().Properties().size(), 1u);
+  td << std::string("class=\"k\"");
+  EXPECT_EQ(td.cssClass().str(), "k");
+  EXPECT_EQ(Printed(td), "<td class=\"k\" id=\"cell\" style=\"color: red;\"></td>");
+  EXPECT_EQ(td.Attributes().size(), 3u);
+}
+
+TEST(HtmlMembers, QueriesFindMembers) {
+  HKHTML_div2 div;
+  auto* p = div.p();
+  p->setID("para");
+  auto* span = p->span();
+  span->cssClass() = std::string("hint");
+  EXPECT_EQ(div.FindObject("id", "para"), p);
+  EXPECT_EQ(div.FindObject("class", "hint"), span);
+  EXPECT_EQ(div.FindObject("id", "none"), nullptr);
+  std::unique_ptr<std::list<HKXMLGenericElement*>> found(div.query("div.p[id=\"para\"].span"));
+  ASSERT_EQ(found->size(), 1u);
+  EXPECT_EQ(found->front(), span);
+}
+
+TEST(HtmlMembers, RemovedMemberNoLongerPrints) {
+  HKHTML_span2 span;
+  span.setID("s");
+  EXPECT_TRUE(span.RemoveAttribute("id"));
+  EXPECT_FALSE(span.ContainsAttribute("id"));
+  EXPECT_EQ(Printed(span), "<span></span>");
+}
+
+TEST(HtmlMembers, StyleSyntaxErrorFromAttributeAssignmentMarksError) {
+  HKHTML_span2 span;
+  span << std::string("style=\"bad\"");
+  EXPECT_TRUE(span.HasError());
+  EXPECT_EQ(span.GetErrorText(), "error catched while assigning attritutes");
 }
