@@ -226,3 +226,28 @@ TEST(CssReading, StyleAttributeReadFromTemplateIsParsed) {
   EXPECT_EQ(Printed(*div), "<div style=\"color: red;width: 1px;\"></div>");
   EXPECT_EQ(ReadError("<div style=\"a\"></div>"), "style syntax wrong at: >a<  around line 1");
 }
+
+TEST(CssReading, GrammarSwitchesInsideStyleAndBack) {
+  doctest_util::Parsed p("<b><style>.a{x:y;}</style></b>");
+  HKDTDElementReader& r = *p.reader;
+  r.read("html", true);  // <b>
+  EXPECT_EQ(r.Splitter().getCurrentDTD(), "html");
+  r.read("html", true);  // <style>
+  EXPECT_EQ(r.Splitter().getCurrentDTD(), "css");
+  r.read("html", true);  // .a{
+  EXPECT_EQ(r.Splitter().getCurrentDTD(), "cssRule");
+  r.read("html", true);  // x:y;
+  r.read("html", true);  // }
+  EXPECT_EQ(r.Splitter().getCurrentDTD(), "css");
+  r.read("html", true);  // </style>
+  EXPECT_EQ(r.Splitter().getCurrentDTD(), "html");
+  EXPECT_EQ(r.Splitter().getCurrentElement()->GetTypeName(), "b");
+}
+
+TEST(CssProperty, FurtherTextIsKeptAndNotPrinted) {
+  HKCSSProperty p("color:red", false);
+  EXPECT_EQ(p.getFurther(), "");
+  p.setFurther("!important");
+  EXPECT_EQ(p.getFurther(), "!important");
+  EXPECT_EQ(Printed(p), "color: red;");
+}

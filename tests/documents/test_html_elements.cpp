@@ -354,3 +354,22 @@ TEST(HtmlMembers, StyleSyntaxErrorFromAttributeAssignmentMarksError) {
   EXPECT_TRUE(span.HasError());
   EXPECT_EQ(span.GetErrorText(), "error catched while assigning attritutes");
 }
+
+TEST(HtmlReading, BrFollowedByWordAtTopLevel) {
+  Parsed p("<br> x");
+  HKXMLComplexElement* top = p.Read("html");
+  ASSERT_EQ(top->ChildCount(), 2u);
+  EXPECT_NE(dynamic_cast<HKHTML_br2*>(top->Children()[0]), nullptr);
+  auto* text = dynamic_cast<HKHTML_text2*>(top->Children()[1]);
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->GetText(), "x");
+}
+
+TEST(HtmlFamily, FillElementsCompletesAnyGrammar) {
+  HKDTD mine("mine");
+  HKDTD_HTML_fillelements(mine);
+  std::unique_ptr<HKXMLGenericElement> td(HKCreateHTMLElement("td", mine));
+  EXPECT_NE(dynamic_cast<HKHTML_td2*>(td.get()), nullptr);
+  EXPECT_EQ(mine.NoClosingTagElements().count("wbr"), 1u);
+  EXPECT_EQ(mine.NoClosingTagElements().count("td"), 0u);
+}
