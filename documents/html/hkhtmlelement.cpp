@@ -14,78 +14,79 @@ HKHTML_BaseElement2::HKHTML_BaseElement2(const std::string& name, bool shortForc
   _shortTagPermitted = shortPermitted;
 }
 
-void HKHTML_BaseElement2::_registerMembers() {
-  if (_membersRegistered) return;
-  _membersRegistered = true;
-  for (const char* name : {"class", "id", "style"}) {
-    if (!HKXMLGenericElement::ContainsAttribute(name)) {
-      HKXMLGenericElement::ReplaceAttributeContent(name, *_member(name));
-    }
+unsigned HKHTML_BaseElement2::_memberBit(const std::string& name) {
+  if (name.size() == 2 && name == "id") return kIdBit;
+  if (name.size() == 5) {
+    if (name == "class") return kClassBit;
+    if (name == "style") return kStyleBit;
+  }
+  return 0;
+}
+
+void HKHTML_BaseElement2::_registerMembers(unsigned bits) {
+  bits &= ~_registered;
+  if (bits == 0) return;
+  _registered |= bits;
+  if ((bits & kClassBit) != 0 && !HKXMLGenericElement::ContainsAttribute("class")) {
+    HKXMLGenericElement::ReplaceAttributeContent("class", _class);
+  }
+  if ((bits & kIdBit) != 0 && !HKXMLGenericElement::ContainsAttribute("id")) {
+    HKXMLGenericElement::ReplaceAttributeContent("id", _id);
+  }
+  if ((bits & kStyleBit) != 0 && !HKXMLGenericElement::ContainsAttribute("style")) {
+    HKXMLGenericElement::ReplaceAttributeContent("style", _style);
   }
 }
 
-HKXMLComplexAttribute2* HKHTML_BaseElement2::_member(const std::string& name) {
-  if (name.size() == 2 && name == "id") return &_id;
-  if (name.size() == 5) {
-    if (name == "class") return &_class;
-    if (name == "style") return &_style;
-  }
-  return nullptr;
+bool HKHTML_BaseElement2::_tableAnswers(const std::string& name) const {
+  const unsigned bit = _memberBit(name);
+  return bit == 0 || (_registered & bit) != 0;
 }
 
 HKXMLStringHKAttribute& HKHTML_BaseElement2::id() {
-  _registerMembers();
+  _registerMembers(kIdBit);
   return _id;
 }
 
 HKXMLStringHKAttribute& HKHTML_BaseElement2::cssClass() {
-  _registerMembers();
+  _registerMembers(kClassBit);
   return _class;
 }
 
 HKStyleAttribute& HKHTML_BaseElement2::style() {
-  _registerMembers();
+  _registerMembers(kStyleBit);
   return _style;
 }
 
 bool HKHTML_BaseElement2::ReplaceAttributeContent(const std::string& name, const std::string& value) {
-  if (!_membersRegistered && _member(name) != nullptr) _registerMembers();
+  _registerMembers(_memberBit(name));
   return HKXMLGenericElement::ReplaceAttributeContent(name, value);
 }
 
 HKXMLComplexAttribute2& HKHTML_BaseElement2::operator[](const std::string& name) {
-  _registerMembers();
+  _registerMembers(_memberBit(name));
   return HKXMLGenericElement::operator[](name);
 }
 
 std::string HKHTML_BaseElement2::getAttributeText(const std::string& name, const std::string& fallback) {
-  if (!_membersRegistered) {
-    if (HKXMLComplexAttribute2* member = _member(name)) {
-      // Unregistered means never set: the table would print it empty.
-      if (!HKXMLGenericElement::ContainsAttribute(name)) {
-        std::ostringstream os;
-        member->print(os);
-        return os.str();
-      }
-    }
-  }
+  // An unregistered member was never set: the table would print it empty
+  // (unless the name was registered otherwise).
+  if (!_tableAnswers(name) && !HKXMLGenericElement::ContainsAttribute(name)) return std::string();
   return HKXMLGenericElement::getAttributeText(name, fallback);
 }
 
 bool HKHTML_BaseElement2::IdentAttribute(const std::string& name, const std::string& value) {
-  if (!_membersRegistered && _member(name) != nullptr && !HKXMLGenericElement::ContainsAttribute(name)) {
-    return getAttributeText(name, std::string()) == value;
-  }
+  if (!_tableAnswers(name) && !HKXMLGenericElement::ContainsAttribute(name)) return value.empty();
   return HKXMLGenericElement::IdentAttribute(name, value);
 }
 
 bool HKHTML_BaseElement2::ContainsAttribute(const std::string& name) {
-  if (!_membersRegistered && _member(name) != nullptr) return true;
+  if (!_tableAnswers(name)) return true;
   return HKXMLGenericElement::ContainsAttribute(name);
 }
 
 bool HKHTML_BaseElement2::RemoveAttribute(const std::string& name) {
-  _registerMembers();
+  _registerMembers(_memberBit(name));
   return HKXMLGenericElement::RemoveAttribute(name);
 }
 

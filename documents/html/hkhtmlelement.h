@@ -40,12 +40,12 @@ class HKHTML_body2;
 // "id", "class" and "style", and they print only when set.
 //
 // A page holds one element per word of text, and most elements never carry
-// any of the three; so the proxies that put them into the attribute table
-// are registered with the first operation that needs them (any attribute
-// operation naming them, operator[], RemoveAttribute, and the accessors and
-// setters below, which may set them). Until then they are unset, and the
-// queries (ContainsAttribute, getAttributeText, IdentAttribute) answer for
-// them as the table would.
+// any of the three; so the proxy that puts a member into the attribute table
+// is registered with the first operation that may set it (an assignment or
+// operator[] naming it, RemoveAttribute naming it, and the accessors and
+// setters below). Until then the member is unset, and the queries
+// (ContainsAttribute, getAttributeText, IdentAttribute) answer for it as the
+// table would.
 class HKHTML_BaseElement2 : public HKXMLGenericElement {
  public:
   // A structural element whose short-tag flags are exactly the ones given
@@ -78,17 +78,24 @@ class HKHTML_BaseElement2 : public HKXMLGenericElement {
   // The constructor the families use: placeholder name, then they assign
   // the tag to the type name.
   HKHTML_BaseElement2();
-  // Puts id, class and style into the attribute table (once). A name that
-  // was registered otherwise in the meantime keeps its entry.
-  void _registerMembers();
-  // The member behind one of the three names, or null.
-  HKXMLComplexAttribute2* _member(const std::string& name);
+  // The bit of a member name (0 for any other name).
+  static unsigned _memberBit(const std::string& name);
+  // Puts the members of `bits` into the attribute table, each once. A name
+  // that was registered otherwise in the meantime keeps its entry.
+  void _registerMembers(unsigned bits);
+  // Whether the table answers for this name (the name is no member, or the
+  // member is registered).
+  bool _tableAnswers(const std::string& name) const;
 
  private:
+  static constexpr unsigned kIdBit = 1;
+  static constexpr unsigned kClassBit = 2;
+  static constexpr unsigned kStyleBit = 4;
+
   HKXMLStringHKAttribute _id;
   HKXMLStringHKAttribute _class;
   HKStyleAttribute _style;
-  bool _membersRegistered = false;
+  unsigned _registered = 0;
 };
 
 class HKHTML_ElementType0 : public virtual HKHTML_BaseElement2 {
