@@ -1,5 +1,6 @@
 #include "xml/hkdtd.h"
 
+#include <algorithm>
 #include <cctype>
 #include <iostream>
 
@@ -35,9 +36,16 @@ bool HKDTDElementRead::_resetIfExactly(const std::type_info& type) {
 
 // ---- HKDTDElementReadStructLocal ----
 
-HKDTDElementReadStructLocal::HKDTDElementReadStructLocal(HKDTDElementReader& reader) : _reader(reader) {}
-
 HKDTDElementReadStructLocal::~HKDTDElementReadStructLocal() {
+  if (_text != nullptr) {
+    // The same as below, with the taken characters still in the text.
+    const std::size_t taken = *_textPos - _start;
+    if (_shadow > 0) _unshadow();
+    if (taken == 0) return;
+    if (_pos > 0) _reader._declareRead(_pos);
+    if (_pos < taken) _reader._giveBack(_text + _start + _pos, taken - _pos);
+    return;
+  }
   if (_taken.empty()) return;
   // Declares the accepted part read and hands the rest back. When part of
   // what was taken came from the pushback buffer and a tail is handed back,
@@ -46,6 +54,36 @@ HKDTDElementReadStructLocal::~HKDTDElementReadStructLocal() {
   // repeated whitespace before a closing brace.
   if (_pos > 0) _reader._declareRead(_pos);
   if (_pos < _taken.size()) _reader._giveBack(_taken.data() + _pos, _taken.size() - _pos);
+}
+
+void HKDTDElementReadStructLocal::_leaveDirect() {
+  _taken.assign(_text + _start, *_textPos - _start);
+  if (_shadow > 0) _unshadow();
+  _text = nullptr;
+}
+
+bool HKDTDElementReadStructLocal::_shadowPushback() {
+  const std::string& pushback = _reader._pushback;
+  const std::size_t n = pushback.size();
+  if (_reader._pushbackPos != 0 || n > *_reader._directPos) return false;
+  const char* before = _reader._directText->data() + (*_reader._directPos - n);
+  for (std::size_t i = 0; i < n; ++i) {
+    if (static_cast<unsigned char>(pushback[i]) >= 0x80 || pushback[i] != before[i]) return false;
+  }
+  // The buffer counts as delivered (it is restored by _unshadow) and the
+  // text is read from in front of it.
+  _reader._pushbackPos = n;
+  *_reader._directPos -= n;
+  _shadow = n;
+  return true;
+}
+
+void HKDTDElementReadStructLocal::_unshadow() {
+  // Taken from the buffer first, then from the text behind it.
+  const std::size_t taken = *_textPos - _start;
+  _reader._pushbackPos = std::min(_shadow, taken);
+  *_textPos = _start + std::max(_shadow, taken);
+  _shadow = 0;
 }
 
 void HKDTDElementReadStructLocal::_warnEof() {
@@ -87,9 +125,15 @@ HKDTDElementRead* HKDTDElementReadStructLocal::operator()(bool ok, HKDTDElementR
   return nullptr;
 }
 
-bool HKDTDElementReadStructLocal::good() { return _pos < _taken.size() || _reader.good(); }
+bool HKDTDElementReadStructLocal::good() {
+  const std::size_t taken = _text != nullptr ? *_textPos - _start : _taken.size();
+  return _pos < taken || _reader.good();
+}
 
-bool HKDTDElementReadStructLocal::eof() { return _pos >= _taken.size() && _reader.eof(); }
+bool HKDTDElementReadStructLocal::eof() {
+  const std::size_t taken = _text != nullptr ? *_textPos - _start : _taken.size();
+  return _pos >= taken && _reader.eof();
+}
 
 // ---- token readers ----
 // Each reader looks at the next character with peek() before taking it, so
@@ -117,7 +161,7 @@ HKDTDElementRead* HKDTDElementRead_WhitespaceText::Read(HKDTDElementReader& read
   if (!reader.good()) return nullptr;
   HKDTDElementReadStructLocal local(reader);
   if (!_iswhitespace(local.peek())) return local(false, this);
-  while (_iswhitespace(local.peek())) local.get();
+  local.takeWhile([](int c) { return _iswhitespace(c); });
   _content = local.accepted();
   return local(true, this);
 }
@@ -133,7 +177,7 @@ HKDTDElementRead* HKDTDElementRead_Text::Read(HKDTDElementReader& reader) {
   HKDTDElementReadStructLocal local(reader);
   auto isWordChar = [](int c) { return c != -1 && c != '<' && !_iswhitespace(c); };
   if (!isWordChar(local.peek())) return local(false, this);
-  while (isWordChar(local.peek())) local.get();
+  local.takeWhile(isWordChar);
   _content = local.accepted();
   return local(true, this);
 }
@@ -237,18 +281,38 @@ HKDTDElementRead* HKDTDElementRead_Element::Read(HKDTDElementReader& reader) {
   }
   if (!_isalpha(local.peek())) return local(false, this);
   name.push_back(static_cast<char>(local.get()));
-  while (_isalphanum(local.peek())) name.push_back(static_cast<char>(local.get()));
+  {
+    const std::size_t from = local.position();
+    local.takeWhile([](int c) { return _isalphanum(c); });
+    name.append(local.accepted().substr(from));
+  }
   const int follow = local.peek();
   const bool fits = endTag ? _iselementcloser(follow) : (_iswhitespace(follow) || _iselementcloser(follow));
   if (!fits) throw HKException("incomplete tag '" + name + "'", __LINE__, "src");
 
+  // The attribute list keeps its entries from tag to tag: an entry is
+  // filled in place and counts once the attribute is complete; the entries
+  // not used for this tag go on every way out.
+  struct AttributeSlots {
+    std::list<HKElementAttribute>& list;
+    std::list<HKElementAttribute>::iterator next;
+    ~AttributeSlots() { list.erase(next, list.end()); }
+    HKElementAttribute& open() {
+      if (next == list.end()) next = list.emplace(list.end());
+      next->name.clear();
+      next->value.clear();
+      next->withoutValue = false;
+      return *next;
+    }
+    void complete() { ++next; }
+  };
   std::list<HKElementAttribute>& attributes = reader.Attributes();
-  attributes.clear();
-  _content = name;
+  AttributeSlots slots{attributes, attributes.begin()};
+  _content.swap(name);
   _noClosing = false;
 
   for (;;) {
-    while (_iswhitespace(local.peek())) local.get();
+    local.takeWhile([](int c) { return _iswhitespace(c); });
     int c = local.peek();
     if (c == '/') {
       local.get();
@@ -264,24 +328,28 @@ HKDTDElementRead* HKDTDElementRead_Element::Read(HKDTDElementReader& reader) {
     }
     // An attribute: a name, then "=" and a quoted value, or nothing.
     if (!_isalpha(local.peek())) return local(false, this);
-    HKElementAttribute attribute;
-    attribute.name.push_back(static_cast<char>(local.get()));
-    while (_isalphanum(local.peek())) attribute.name.push_back(static_cast<char>(local.get()));
+    HKElementAttribute& attribute = slots.open();
+    {
+      const std::size_t from = local.position();
+      local.get();
+      local.takeWhile([](int ch) { return _isalphanum(ch); });
+      attribute.name.assign(local.accepted().substr(from));
+    }
     if (local.peek() == '=') {
       local.get();
       const int quote = local.peek();
       if (quote != '"' && quote != '\'') return local(false, this);
       local.get();
-      for (;;) {
-        c = local.get();
-        if (c == -1) return local(false, this);
-        if (c == quote) break;
-        attribute.value.push_back(static_cast<char>(c));
-      }
+      // The value runs up to the closing quote; the end of input (or a
+      // byte that reads as it) fails the tag.
+      const std::size_t from = local.position();
+      local.takeWhile([quote](int ch) { return ch != -1 && ch != quote; });
+      if (local.get() == -1) return local(false, this);
+      attribute.value.assign(local.accepted().substr(from, local.position() - 1 - from));
     } else {
       attribute.withoutValue = true;
     }
-    attributes.push_back(std::move(attribute));
+    slots.complete();
   }
 }
 

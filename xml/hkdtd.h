@@ -107,6 +107,7 @@ class HKDTDElementRead {
 // position is declared read, the rest is given back to the reader.
 class HKDTDElementReadStructLocal {
  public:
+  // Defined inline in hkdtdelementreader.h.
   explicit HKDTDElementReadStructLocal(HKDTDElementReader& reader);
   HKDTDElementReadStructLocal(const HKDTDElementReadStructLocal&) = delete;
   HKDTDElementReadStructLocal& operator=(const HKDTDElementReadStructLocal&) = delete;
@@ -124,18 +125,51 @@ class HKDTDElementReadStructLocal {
   HKDTDElementRead* operator()(bool ok, HKDTDElementRead* r, bool unused = false);
   bool good();
   bool eof();
+  // Takes characters while `pred` holds for the next one, as
+  // `while (pred(peek())) get();` does, scanning the text itself when
+  // characters come straight from it.
+  template <typename Pred>
+  void takeWhile(Pred pred);
   // What was taken up to the position.
-  std::string_view accepted() const { return std::string_view(_taken).substr(0, _pos); }
+  std::string_view accepted() const {
+    if (_text != nullptr) return std::string_view(_text + _start, _pos);
+    return std::string_view(_taken).substr(0, _pos);
+  }
   std::size_t position() const { return _pos; }
 
  private:
   int _fetch(bool eofAllowed);
   static void _warnEof();
+  // Leaves the direct way (see below): what was taken is copied out.
+  void _leaveDirect();
+  // See _shadow below; false when the pushback buffer does not qualify.
+  bool _shadowPushback();
+  // Puts the reader where it would stand had the shadowed characters been
+  // taken from the pushback buffer.
+  void _unshadow();
 
   HKDTDElementReader& _reader;
   std::string _taken;
   std::size_t _pos = 0;
   std::string _found;
+  // While the reader takes its characters straight from a text and has
+  // nothing given back, what the transaction has taken is the part of the
+  // text from `_start` up to the reader's position: nothing is copied then.
+  // `_text` is null otherwise (and as soon as something was given back to
+  // the reader meanwhile), and `_taken` holds the characters.
+  // A failed transaction hands its characters back, and the next one takes
+  // them from the pushback buffer again. When the buffer holds exactly the
+  // characters in front of the text position (plain ASCII, so that their
+  // delivery as signed or unsigned chars is the same), the text position
+  // is set back over them instead, and `_shadow` counts them; the
+  // destructor puts the buffer and the position back as the transaction
+  // would have left them. A transaction is the only user of its reader
+  // while it lives (one token is read at a time).
+  const char* _text = nullptr;
+  std::size_t _textSize = 0;
+  unsigned long* _textPos = nullptr;
+  std::size_t _start = 0;
+  std::size_t _shadow = 0;
 };
 
 // ---- the token readers ----

@@ -103,6 +103,9 @@ class HKDTDElementReader {
   virtual bool _directSource(const std::string*& text, unsigned long*& position);
 
  private:
+  // Takes characters from the direct text itself (see there).
+  friend class HKDTDElementReadStructLocal;
+
   const std::string* _directText = nullptr;
   unsigned long* _directPos = nullptr;
   uint64_t _line = 1;
@@ -148,12 +151,71 @@ class HKDTDElementReaderString : public HKDTDElementReader {
   unsigned long _pos;
 };
 
+inline HKDTDElementReadStructLocal::HKDTDElementReadStructLocal(HKDTDElementReader& reader) : _reader(reader) {
+  if (reader._directText == nullptr) return;
+  if (!reader._pushback.empty() && !_shadowPushback()) return;
+  _text = reader._directText->data();
+  _textSize = reader._directText->size();
+  _textPos = reader._directPos;
+  _start = *_textPos;
+}
+
+// Taken characters are delivered again as signed chars, new ones as the
+// reader delivers them; the direct way gives the same as the copying one.
 inline int HKDTDElementReadStructLocal::peek() {
+  if (_text != nullptr) {
+    const std::size_t at = _start + _pos;
+    const std::size_t end = *_textPos;
+    if (at < end) return static_cast<signed char>(_text[at]);
+    if (!_reader.hasPushback()) return end < _textSize ? static_cast<unsigned char>(_text[end]) : -1;
+    _leaveDirect();
+  }
   if (_pos < _taken.size()) return static_cast<signed char>(_taken[_pos]);
   return _reader.peek();
 }
 
+template <typename Pred>
+inline void HKDTDElementReadStructLocal::takeWhile(Pred pred) {
+  if (_text != nullptr && _start + _pos == *_textPos && !_reader.hasPushback()) {
+    // Nothing to deliver again and nothing given back: every character
+    // comes from the text, unsigned, and a line feed counts a line.
+    const std::size_t begin = *_textPos;
+    std::size_t end = begin;
+    uint64_t lines = 0;
+    while (end < _textSize) {
+      const int c = static_cast<unsigned char>(_text[end]);
+      if (!pred(c)) break;
+      if (c == '\n') ++lines;
+      ++end;
+    }
+    *_textPos = end;
+    _pos += end - begin;
+    _reader._line += lines;
+  }
+  // Whatever is left (at the end of the text: pred(-1)).
+  while (pred(peek())) get();
+}
+
 inline int HKDTDElementReadStructLocal::get(bool eofAllowed) {
+  if (_text != nullptr) {
+    const std::size_t at = _start + _pos;
+    unsigned long& end = *_textPos;
+    if (at < end) {
+      ++_pos;
+      return static_cast<signed char>(_text[at]);
+    }
+    if (!_reader.hasPushback()) {
+      if (end < _textSize) {
+        const int c = static_cast<unsigned char>(_text[end++]);
+        if (c == '\n') ++_reader._line;
+        ++_pos;
+        return c;
+      }
+      if (!eofAllowed) _warnEof();
+      return -1;
+    }
+    _leaveDirect();
+  }
   if (_pos < _taken.size()) return static_cast<signed char>(_taken[_pos++]);
   if (!_reader.hasPushback()) {
     const int c = _reader.get();

@@ -2,9 +2,15 @@
 
 #include <stdexcept>
 
+#include "xml/hkxmlnodepool.h"
+
 // ---- HKXMLComplexAttribute2 ----
 
 HKXMLComplexAttribute2::~HKXMLComplexAttribute2() = default;
+
+void* HKXMLComplexAttribute2::operator new(std::size_t size) { return HKXMLPoolAllocate(size); }
+
+void HKXMLComplexAttribute2::operator delete(void* p, std::size_t size) noexcept { HKXMLPoolFree(p, size); }
 
 bool HKXMLComplexAttribute2::AttributeIsSet() const { return true; }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -19,6 +20,10 @@ class HKXMLComplexAttribute2 {
   HKXMLComplexAttribute2() = default;
   HKXMLComplexAttribute2(const HKXMLComplexAttribute2&) = default;
   virtual ~HKXMLComplexAttribute2();
+  // Attribute objects take their memory from the library's pool for small
+  // tree objects, see xml/hkxmlnodepool.h.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* p, std::size_t size) noexcept;
   virtual bool AttributeIsSet() const;
   virtual void print(std::ostream& os) const;
   // Ignores the value and returns a shared empty text.

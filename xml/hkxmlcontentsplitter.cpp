@@ -1,13 +1,29 @@
 #include "xml/hkxmlcontentsplitter.h"
 
+#include <bitset>
 #include <functional>
 #include <memory>
+#include <typeinfo>
+#include <vector>
 
 #include "foundation/hkexception.h"
 #include "xml/hkdtdelementreader.h"
 #include "xml/hkxmlelement.h"
 
 namespace {
+// Whether the reader is of one of this library's reader classes exactly,
+// whose _mayStartWith depends on the character only.
+bool hkFirstCharactersKnown(const HKDTDElementRead& r) {
+  const std::type_info& t = typeid(r);
+  return t == typeid(HKDTDElementRead_WhitespaceText) || t == typeid(HKDTDElementRead_Text) ||
+         t == typeid(HKDTDElementRead_Doctype) || t == typeid(HKDTDElementRead_ProcInst) ||
+         t == typeid(HKDTDElementRead_Comment) || t == typeid(HKDTDElementRead_Element) ||
+         t == typeid(HKDTDElementRead_WhitespaceCSS) || t == typeid(HKDTDElementRead_WhitespaceCSSHTMLComment) ||
+         t == typeid(HKDTDElementRead_WhitespaceCSSHTMLCommentCloser) || t == typeid(HKDTDElementRead_CloserCSS) ||
+         t == typeid(HKDTDElementRead_CommentCSS) || t == typeid(HKDTDElementRead_MediaQueryCSS) ||
+         t == typeid(HKDTDElementRead_RuleCSS) || t == typeid(HKDTDElementRead_PropertyCSS);
+}
+
 // Messages that reach the caller carry the reader's position. The position
 // is appended once: a message that has it already passes unchanged.
 std::string hkWithPosition(const std::string& message, HKDTDElementReader& reader) {
@@ -40,9 +56,27 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
     if (!reader.good()) throw HKException("error in stream", __LINE__, "src");
     bool processed = false;
     // The grammar is looked up again whenever its name changed (the map's
-    // entries stay in place while reading).
+    // entries stay in place while reading); only this loop changes the name.
     HKDTD* cachedGrammar = nullptr;
-    std::string cachedName;
+    bool nameChanged = true;
+    // The readers of the grammar in priority order, kept while the grammar
+    // is unchanged. For the reader classes of this library whether a token
+    // may begin with a character depends on nothing else: their answer for
+    // a character (as delivered: -128 to 255) is asked once and kept.
+    struct ReaderEntry {
+      HKDTD::ReaderMap::iterator it;
+      bool known;
+      std::bitset<384> asked;
+      std::bitset<384> mayStart;
+    };
+    // Kept for the last few grammars (reading switches between them).
+    struct ReaderTable {
+      const HKDTD* grammar = nullptr;
+      unsigned long generation = 0;
+      std::vector<ReaderEntry> entries;
+    };
+    ReaderTable readerTables[4];
+    std::size_t readerTableNext = 0;
     // What the grammar says about the tokens of a reader, kept while the
     // grammar is unchanged.
     struct TokenInfo {
@@ -70,13 +104,29 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       return t;
     };
     while (!reader.eof() && !(single && processed)) {
-      if (cachedGrammar == nullptr || cachedName != _currentDTD) {
+      if (cachedGrammar == nullptr || nameChanged) {
         auto grammarIt = reader.DTDs().find(_currentDTD);
         if (grammarIt == reader.DTDs().end()) throw HKException("DTD '" + _currentDTD + "' not defined", __LINE__, "src");
         cachedGrammar = &grammarIt->second;
-        cachedName = _currentDTD;
+        nameChanged = false;
       }
       HKDTD& grammar = *cachedGrammar;
+      ReaderTable* table = nullptr;
+      for (ReaderTable& t : readerTables) {
+        if (t.grammar == &grammar && t.generation == grammar.Generation()) table = &t;
+      }
+      if (table == nullptr) {
+        table = &readerTables[readerTableNext];
+        readerTableNext = (readerTableNext + 1) % 4;
+        table->entries.clear();
+        for (auto it = grammar._readers.begin(); it != grammar._readers.end(); ++it) {
+          table->entries.push_back(
+              ReaderEntry{it, it->second != nullptr && hkFirstCharactersKnown(*it->second), {}, {}});
+        }
+        table->grammar = &grammar;
+        table->generation = grammar.Generation();
+      }
+      std::vector<ReaderEntry>& entries = table->entries;
 
       const std::set<std::string>* disallowed = nullptr;
       const HKDTD::_Tables& tables = *grammar._tables;
@@ -88,16 +138,38 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       // The first reader in priority order that recognises a token wins.
       HKDTDElementRead* token = nullptr;
       HKDTD::ReaderMap::iterator tokenIt;
-      for (auto it = grammar._readers.begin(); it != grammar._readers.end(); ++it) {
+      // The next character, looked at again after anything that may have
+      // moved the source.
+      bool peeked = false;
+      int next = 0;
+      for (ReaderEntry& e : entries) {
+        const auto it = e.it;
         if (it->second == nullptr) continue;
         if (disallowed != nullptr && disallowed->count(it->first) != 0) continue;
+        if (!peeked) {
+          next = reader.peek();
+          peeked = true;
+        }
         // A reader that cannot start here would fail without taking anything.
-        if (!it->second->_mayStartWith(reader.peek())) continue;
+        if (e.known && next >= -128 && next < 256) {
+          const std::size_t index = static_cast<std::size_t>(next + 128);
+          if (!e.asked[index]) {
+            e.mayStart[index] = it->second->_mayStartWith(next);
+            e.asked[index] = true;
+          }
+          if (!e.mayStart[index]) continue;
+        } else {
+          // Other reader classes are asked every time; the next reader
+          // then looks at the source afresh.
+          peeked = false;
+          if (!it->second->_mayStartWith(next)) continue;
+        }
         token = it->second->Read(reader);
         if (token != nullptr) {
           tokenIt = it;
           break;
         }
+        peeked = false;
       }
       if (token == nullptr) {
         if (reader.eof()) break;
@@ -118,7 +190,10 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
             const std::string outer = _current->dtdRequest("");
             _current = parent;
             if (_depth > 0) --_depth;
-            if (outer != _currentDTD) _currentDTD = outer;
+            if (outer != _currentDTD) {
+              _currentDTD = outer;
+              nameChanged = true;
+            }
           } else {
             throw HKException("wrong closing tag '" + content + "' instead '/" + _current->GetTypeName() +
                                   "' around line " + std::to_string(static_cast<unsigned long>(reader.line())),
@@ -160,7 +235,10 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
             const std::string inner = created->dtdRequest(_currentDTD);
             _current = created;
             ++_depth;
-            if (inner != _currentDTD) _currentDTD = inner;
+            if (inner != _currentDTD) {
+              _currentDTD = inner;
+              nameChanged = true;
+            }
           }
         }
       } catch (const HKException& e) {

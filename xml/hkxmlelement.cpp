@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/hkexception.h"
+#include "xml/hkxmlnodepool.h"
 
 // ---- HKWidgetManager_base ----
 
@@ -14,12 +15,22 @@ void HKWidgetManager_base::RemoveWidgetObject(HKXMLComplexElement*) {}
 
 // ---- HKXMLChildQueue ----
 
-HKXMLChildQueue::~HKXMLChildQueue() { ::operator delete(_b); }
+namespace {
+// Child blocks come from the same pool as the elements (most are small).
+std::size_t hkBlockBytes(std::size_t capacity) {
+  return sizeof(std::size_t) * 3 + capacity * sizeof(HKXMLComplexElement*);
+}
+}  // namespace
+
+HKXMLChildQueue::~HKXMLChildQueue() {
+  if (_b != nullptr) HKXMLPoolFree(_b, hkBlockBytes(_b->capacity));
+}
 
 void HKXMLChildQueue::_grow(bool atFront) {
   const std::size_t n = size();
   const std::size_t capacity = std::max<std::size_t>(4, 2 * n + 2);
-  auto* block = static_cast<_Block*>(::operator new(sizeof(_Block) + capacity * sizeof(value_type)));
+  static_assert(sizeof(_Block) == sizeof(std::size_t) * 3);
+  auto* block = static_cast<_Block*>(HKXMLPoolAllocate(hkBlockBytes(capacity)));
   // Leave the new room on the side that ran out: a queue that grows at one
   // end keeps growing there.
   block->begin = atFront ? capacity - n - 1 : 1;
@@ -27,7 +38,7 @@ void HKXMLChildQueue::_grow(bool atFront) {
   block->capacity = capacity;
   auto* data = reinterpret_cast<value_type*>(block + 1);
   if (n > 0) std::memcpy(data + block->begin, begin(), n * sizeof(value_type));
-  ::operator delete(_b);
+  if (_b != nullptr) HKXMLPoolFree(_b, hkBlockBytes(_b->capacity));
   _b = block;
 }
 
@@ -61,6 +72,10 @@ void HKXMLChildQueue::clear() {
 
 // ---- HKXMLComplexElement ----
 
+void* HKXMLComplexElement::operator new(std::size_t size) { return HKXMLPoolAllocate(size); }
+
+void HKXMLComplexElement::operator delete(void* p, std::size_t size) noexcept { HKXMLPoolFree(p, size); }
+
 HKXMLComplexElement::HKXMLComplexElement(std::string name, bool forced, bool permitted)
     : _typeName(std::move(name)), _shortTagForced(forced), _shortTagPermitted(permitted || forced) {}
 
@@ -73,7 +88,23 @@ const std::string& hkEmptyText() {
 
 const std::string& HKXMLComplexElement::GetErrorText() const { return _extra ? _extra->errorText : hkEmptyText(); }
 
-void HKXMLComplexElement::_setDTDName(const std::string& dtd) { _dtdName = dtd; }
+const std::string& HKXMLComplexElement::_emptyName() { return hkEmptyText(); }
+
+void* HKXMLComplexElement::_Extra::operator new(std::size_t size) { return HKXMLPoolAllocate(size); }
+
+void HKXMLComplexElement::_Extra::operator delete(void* p, std::size_t size) noexcept { HKXMLPoolFree(p, size); }
+
+HKXMLComplexElement::_Extra& HKXMLComplexElement::_extraFields() {
+  if (!_extra) _extra = std::make_unique<_Extra>();
+  return *_extra;
+}
+
+void HKXMLComplexElement::_setDTDName(const std::string& dtd) {
+  // Setting the name a container has already (as the reader does on every
+  // entry) changes nothing.
+  if (_extra ? _extra->dtdName == dtd : dtd.empty()) return;
+  _extraFields().dtdName = dtd;
+}
 
 namespace {
 // Destruction recurses through the children. Below this many nested
@@ -82,12 +113,13 @@ namespace {
 // a tree of any depth is destroyed without deep recursion, while ordinary
 // trees are destroyed in plain depth-first order.
 constexpr int kRecursiveDestroyDepth = 200;
-thread_local int tl_destroyDepth = 0;
-thread_local std::vector<HKXMLComplexElement*>* tl_deferredDestroy = nullptr;
+// Plain values in the thread's static storage, reached without a call.
+[[gnu::tls_model("initial-exec")]] thread_local int tl_destroyDepth = 0;
+[[gnu::tls_model("initial-exec")]] thread_local std::vector<HKXMLComplexElement*>* tl_deferredDestroy = nullptr;
 }  // namespace
 
 HKXMLComplexElement::~HKXMLComplexElement() {
-  if (_widgetManager != nullptr) _widgetManager->RemoveWidgetObject(this);
+  if (_extra && _extra->widgetManager != nullptr) _extra->widgetManager->RemoveWidgetObject(this);
   if (_children.empty()) return;
   if (tl_destroyDepth >= kRecursiveDestroyDepth && tl_deferredDestroy != nullptr) {
     for (HKXMLComplexElement* child : _children) {
@@ -293,8 +325,7 @@ bool HKXMLComplexElement::_ReplaceElement(HKXMLGenericElement*, const std::strin
 
 void HKXMLComplexElement::MarkError(const std::string& text) {
   _error = true;
-  if (!_extra) _extra = std::make_unique<_Extra>();
-  _extra->errorText = text;
+  _extraFields().errorText = text;
 }
 
 // ---- HKXMLGenericElement ----

@@ -83,6 +83,11 @@ class HKXMLComplexElement {
   HKXMLComplexElement(const HKXMLComplexElement&) = delete;
   HKXMLComplexElement& operator=(const HKXMLComplexElement&) = delete;
 
+  // Element objects (of every derived class too) take their memory from the
+  // library's pool for small tree objects, see xml/hkxmlnodepool.h.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* p, std::size_t size) noexcept;
+
   // ---- hooks: empty here, overridden by subclasses ----
   // Runs at the start of print().
   virtual void _preprint() const;
@@ -151,12 +156,14 @@ class HKXMLComplexElement {
 
   HKXMLComplexElement* getParent() const { return _parent; }
   void setParent(HKXMLComplexElement* parent) { _parent = parent; }
-  void SetWidgetManager(HKWidgetManager_base* manager) { _widgetManager = manager; }
-  HKWidgetManager_base* GetWidgetManager() const { return _widgetManager; }
+  void SetWidgetManager(HKWidgetManager_base* manager) {
+    if (manager != nullptr || _extra) _extraFields().widgetManager = manager;
+  }
+  HKWidgetManager_base* GetWidgetManager() const { return _extra ? _extra->widgetManager : nullptr; }
   void MarkError(const std::string& text);
   bool HasError() const { return _error; }
   const std::string& GetErrorText() const;
-  const std::string& GetDTDName() const { return _dtdName; }
+  const std::string& GetDTDName() const { return _extra ? _extra->dtdName : _emptyName(); }
   const HKXMLChildQueue& Children() const { return _children; }
   std::size_t ChildCount() const { return _children.size(); }
 
@@ -169,26 +176,27 @@ class HKXMLComplexElement {
   void _setDTDName(const std::string& dtd);
 
   // Trees hold many small nodes (every word is one): the fields are packed,
-  // and the error text, which hardly any node carries, lives outside.
+  // and what leaves do not carry lives outside: the error text (hardly any
+  // node has one), the grammar name (only containers get one) and the
+  // widget manager.
   struct _Extra {
     std::string errorText;
+    std::string dtdName;
+    HKWidgetManager_base* widgetManager = nullptr;
+    static void* operator new(std::size_t size);
+    static void operator delete(void* p, std::size_t size) noexcept;
   };
+  _Extra& _extraFields();
+  static const std::string& _emptyName();
+
   std::string _typeName;
   HKXMLChildQueue _children;
   HKXMLComplexElement* _parent = nullptr;
-  HKWidgetManager_base* _widgetManager = nullptr;
   std::unique_ptr<_Extra> _extra;
-  std::string _dtdName;
   bool _shortTagForced;
   bool _shortTagPermitted;
   bool _error = false;
   bool _noSpecial = false;
-  // Unused; keeps every element node larger than 120 bytes. The C library's
-  // allocator keeps blocks up to that size in separate fast lists, and
-  // freeing a large tree whose nodes alternate between both kinds makes it
-  // merge those lists over and over: with this, destroying a read tree of a
-  // few million nodes takes about a third less time.
-  void* _reserved = nullptr;
 };
 
 class HKXMLGenericElement : public HKXMLComplexElement {
