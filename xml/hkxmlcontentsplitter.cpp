@@ -63,11 +63,16 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
     // is unchanged. For the reader classes of this library whether a token
     // may begin with a character depends on nothing else: their answer for
     // a character (as delivered: -128 to 255) is asked once and kept.
+    // An entry also keeps what the grammar says about its reader's tokens
+    // (as the token information below does).
     struct ReaderEntry {
       HKDTD::ReaderMap::iterator it;
       bool known;
       std::bitset<384> asked;
       std::bitset<384> mayStart;
+      bool infoKnown = false;
+      const HKDTDObjectFactory* factory = nullptr;
+      bool container = false;
     };
     // Kept for the last few grammars (reading switches between them).
     struct ReaderTable {
@@ -77,6 +82,7 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
     };
     ReaderTable readerTables[4];
     std::size_t readerTableNext = 0;
+    ReaderTable* lastTable = nullptr;
     // What the grammar says about the tokens of a reader, kept while the
     // grammar is unchanged.
     struct TokenInfo {
@@ -112,20 +118,26 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       }
       HKDTD& grammar = *cachedGrammar;
       ReaderTable* table = nullptr;
-      for (ReaderTable& t : readerTables) {
-        if (t.grammar == &grammar && t.generation == grammar.Generation()) table = &t;
+      if (lastTable != nullptr && lastTable->grammar == &grammar && lastTable->generation == grammar.Generation()) {
+        table = lastTable;
+      } else {
+        for (ReaderTable& t : readerTables) {
+          if (t.grammar == &grammar && t.generation == grammar.Generation()) table = &t;
+        }
       }
       if (table == nullptr) {
         table = &readerTables[readerTableNext];
         readerTableNext = (readerTableNext + 1) % 4;
         table->entries.clear();
         for (auto it = grammar._readers.begin(); it != grammar._readers.end(); ++it) {
-          table->entries.push_back(
-              ReaderEntry{it, it->second != nullptr && hkFirstCharactersKnown(*it->second), {}, {}});
+          ReaderEntry& e = table->entries.emplace_back();
+          e.it = it;
+          e.known = it->second != nullptr && hkFirstCharactersKnown(*it->second);
         }
         table->grammar = &grammar;
         table->generation = grammar.Generation();
       }
+      lastTable = table;
       std::vector<ReaderEntry>& entries = table->entries;
 
       const std::set<std::string>* disallowed = nullptr;
@@ -138,6 +150,7 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
       // The first reader in priority order that recognises a token wins.
       HKDTDElementRead* token = nullptr;
       HKDTD::ReaderMap::iterator tokenIt;
+      ReaderEntry* tokenEntry = nullptr;
       // The next character, looked at again after anything that may have
       // moved the source.
       bool peeked = false;
@@ -167,6 +180,7 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
         token = it->second->Read(reader);
         if (token != nullptr) {
           tokenIt = it;
+          tokenEntry = &e;
           break;
         }
         peeked = false;
@@ -201,10 +215,25 @@ HKXMLComplexElement* HKXMLContentSplitter::read(HKDTDElementReader& reader, cons
           }
         } else {
           // Create an element for the token.
-          const TokenInfo& info = tokenInfo(token, grammar, tokenType);
-          const bool container = info.container;
-          if (info.factory == nullptr) throw std::bad_function_call();
-          HKXMLComplexElement* created = (*info.factory)(content, grammar);
+          const HKDTDObjectFactory* factory;
+          bool container;
+          if (token == tokenEntry->it->second) {
+            if (!tokenEntry->infoKnown) {
+              const TokenInfo& info = tokenInfo(token, grammar, tokenType);
+              tokenEntry->factory = info.factory;
+              tokenEntry->container = info.container;
+              tokenEntry->infoKnown = true;
+            }
+            factory = tokenEntry->factory;
+            container = tokenEntry->container;
+          } else {
+            // A reader that answered with another object.
+            const TokenInfo& info = tokenInfo(token, grammar, tokenType);
+            factory = info.factory;
+            container = info.container;
+          }
+          if (factory == nullptr) throw std::bad_function_call();
+          HKXMLComplexElement* created = (*factory)(content, grammar);
           if (created == nullptr || _current == nullptr) {
             delete created;
             throw HKException("problem in DTD with '" + tokenType + "'", __LINE__, "src");
