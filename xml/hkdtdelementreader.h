@@ -162,7 +162,7 @@ inline HKDTDElementReadStructLocal::HKDTDElementReadStructLocal(HKDTDElementRead
 
 // Taken characters are delivered again as signed chars, new ones as the
 // reader delivers them; the direct way gives the same as the copying one.
-inline int HKDTDElementReadStructLocal::peek() {
+[[gnu::always_inline]] inline int HKDTDElementReadStructLocal::peek() {
   if (_text != nullptr) {
     const std::size_t at = _start + _pos;
     const std::size_t end = *_textPos;

@@ -24,9 +24,9 @@ constexpr std::size_t kGranule = 16;
 constexpr std::size_t kMaxSize = 1024;
 constexpr std::size_t kClasses = kMaxSize / kGranule;
 // Slots move between a thread and the shared lists this many at a time; a
-// thread keeps at most twice as many freed slots of one size.
+// thread keeps at most twice as many freed slots of one size (a list being
+// filled and one full list).
 constexpr unsigned kBatch = 64;
-constexpr unsigned kCacheLimit = 2 * kBatch;
 
 struct Slot {
   Slot* next;
@@ -203,10 +203,12 @@ void giveRun(std::size_t sizeClass, char* begin, char* end) {
   for (char* p = begin; p < end; p += slotSize(sizeClass)) giveSlot(sc, reinterpret_cast<Slot*>(p));
 }
 
-// Each thread's free slots by size.
+// Each thread's free slots by size: the list in use (`count` slots), a full
+// list of kBatch slots or null, and a run of slots never handed out.
 struct ThreadCache {
   Slot* head[kClasses] = {};
   unsigned count[kClasses] = {};
+  Slot* full[kClasses] = {};
   char* runBegin[kClasses] = {};
   char* runEnd[kClasses] = {};
 };
@@ -226,6 +228,7 @@ struct ThreadCacheOwner {
     tl_cache = kFinished;
     for (std::size_t i = 0; i < kClasses; ++i) {
       if (cache->head[i] != nullptr) giveSlots(i, cache->head[i], cache->count[i]);
+      if (cache->full[i] != nullptr) giveSlots(i, cache->full[i], kBatch);
       giveRun(i, cache->runBegin[i], cache->runEnd[i]);
     }
     delete cache;
@@ -252,6 +255,13 @@ void* allocateSlow(std::size_t sizeClass) {
   if (tc == nullptr) {
     const Batch one = takeSlots(sizeClass, 1);
     return one.head != nullptr ? static_cast<void*>(one.head) : static_cast<void*>(one.runBegin);
+  }
+  if (tc->full[sizeClass] != nullptr) {
+    Slot* s = tc->full[sizeClass];
+    tc->full[sizeClass] = nullptr;
+    tc->head[sizeClass] = nextOf(s);
+    tc->count[sizeClass] = kBatch - 1;
+    return s;
   }
   if (tc->runBegin[sizeClass] != tc->runEnd[sizeClass]) {
     char* p = tc->runBegin[sizeClass];
@@ -315,13 +325,11 @@ void HKXMLPoolFree(void* p, std::size_t size) noexcept {
   }
   setNext(s, tc->head[sizeClass]);
   tc->head[sizeClass] = s;
-  if (++tc->count[sizeClass] > kCacheLimit) {
-    // Hands the most recently freed batch back, keeping the older ones.
-    Slot* last = s;
-    for (unsigned i = 1; i < kBatch; ++i) last = nextOf(last);
-    tc->head[sizeClass] = nextOf(last);
-    setNext(last, nullptr);
-    tc->count[sizeClass] -= kBatch;
-    giveSlots(sizeClass, s, kBatch);
+  if (++tc->count[sizeClass] == kBatch) {
+    // The list is full: it is kept, and a full list kept before goes back.
+    if (tc->full[sizeClass] != nullptr) giveSlots(sizeClass, tc->full[sizeClass], kBatch);
+    tc->full[sizeClass] = s;
+    tc->head[sizeClass] = nullptr;
+    tc->count[sizeClass] = 0;
   }
 }
