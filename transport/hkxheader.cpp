@@ -161,18 +161,26 @@ void HKXHeader::_filterURLPath(const std::string& path) {
   for (const auto& part : parts.GetTheStrings()) {
     const auto eq = part.find('=');
     if (eq == std::string::npos) continue;
-    const unsigned long index = _blocks.size();
-    _blocks.emplace_back();
-    HKHTTPMessageBlock& b = _blocks.back();
-    char key[32];
-    std::snprintf(key, sizeof key, "%lu", index);
-    _dispIndex[key] = &b;
-    b.attributes()["name"] = URLdecode(part.substr(0, eq));
-    auto* content = new HKStringBuf();
-    content->stringput(URLdecode(part.substr(eq + 1)));
-    b.setContent(content);
+    _addPair(URLdecode(part.substr(0, eq)), URLdecode(part.substr(eq + 1)));
   }
   for (unsigned long i = first; i < _blocks.size(); ++i) _enterBlock(i, _dispURL);
+}
+
+HKHTTPMessageBlock& HKXHeader::_indexBlock(HKHTTPMessageBlock&& block) {
+  char key[32];
+  std::snprintf(key, sizeof key, "%lu", static_cast<unsigned long>(_blocks.size()));
+  _blocks.push_back(std::move(block));
+  _dispIndex[key] = &_blocks.back();
+  return _blocks.back();
+}
+
+HKHTTPMessageBlock& HKXHeader::_addPair(const std::string& name, const std::string& value) {
+  HKHTTPMessageBlock& b = _indexBlock(HKHTTPMessageBlock());
+  b.attributes()["name"] = name;
+  auto* content = new HKStringBuf();
+  content->stringput(value);
+  b.setContent(content);
+  return b;
 }
 
 void HKXHeader::_enterBlock(unsigned long index, HKHTTPMessageBlockDisposition& byName) {
@@ -269,12 +277,7 @@ void HKXHeader::_parseMultipart(const std::string& boundary) {
   while (pos >= 0) {
     const long next = locate(static_cast<unsigned long>(pos) + boundary.size());
     if (next < 0) break;  // the closing delimiter has nothing behind it
-    const unsigned long index = _blocks.size();
-    _blocks.emplace_back();
-    HKHTTPMessageBlock& block = _blocks.back();
-    char key[32];
-    std::snprintf(key, sizeof key, "%lu", index);
-    _dispIndex[key] = &block;
+    HKHTTPMessageBlock& block = _indexBlock(HKHTTPMessageBlock());
 
     unsigned long cursor = static_cast<unsigned long>(pos) + boundary.size();
     const unsigned long end = static_cast<unsigned long>(next);
@@ -331,18 +334,8 @@ void HKXHeader::_parseUrlencoded() {
     if (amp == std::string::npos) amp = body.size();
     const std::string piece = body.substr(from, amp - from);
     const auto eq = piece.find('=');
-    if (eq != std::string::npos) {
-      const unsigned long index = _blocks.size();
-      _blocks.emplace_back();
-      HKHTTPMessageBlock& b = _blocks.back();
-      char key[32];
-      std::snprintf(key, sizeof key, "%lu", index);
-      _dispIndex[key] = &b;
-      b.attributes()["name"] = URLdecodeForm(piece.substr(0, eq));
-      auto* content = new HKStringBuf();
-      content->stringput(URLdecodeForm(piece.substr(eq + 1)));
-      b.setContent(content);
-    }
+    if (eq != std::string::npos)
+      _addPair(URLdecodeForm(piece.substr(0, eq)), URLdecodeForm(piece.substr(eq + 1)));
     from = amp + 1;
   }
 }
@@ -511,13 +504,10 @@ void HKXRequestHeader::setFullURL(const std::string& url) {
   const unsigned long first = _blocks.size();
   for (const auto& part : HKStringMap1(_query, "&", true).GetTheStrings()) {
     try {
-      _blocks.emplace_back(part);
+      _indexBlock(HKHTTPMessageBlock(part));
     } catch (const HKException&) {
-      continue;  // a part that makes no block ("a=b=c") is left out
+      // a part that makes no block ("a=b=c") is left out
     }
-    char key[32];
-    std::snprintf(key, sizeof key, "%lu", _blocks.size() - 1);
-    _dispIndex[key] = &_blocks.back();
   }
   for (unsigned long i = first; i < _blocks.size(); ++i) _enterBlock(i, _dispURL);
   _query = "?" + _query;

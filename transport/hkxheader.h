@@ -147,6 +147,10 @@ class HKXHeader : public HKJob {
   static const std::map<std::string, HKHTTPScheme> _httpschemes;
   static const std::map<uint64_t, std::string> _status_codes;
 
+  // Appends a block and enters it in the map by index.
+  HKHTTPMessageBlock& _indexBlock(HKHTTPMessageBlock&& block);
+  // Appends a block holding `value` under `name`.
+  HKHTTPMessageBlock& _addPair(const std::string& name, const std::string& value);
   void _enterBlock(unsigned long index, HKHTTPMessageBlockDisposition& byName);
   void _parseMultipart(const std::string& boundary);
   void _parseUrlencoded();
