@@ -471,21 +471,30 @@ HKDTDElementRead* HKDTDElementRead_CommentCSS::Duplicate() { return new HKDTDEle
 
 // "css_d_mediaquery"
 
+namespace {
+// Takes everything up to and including the next "{"; the text ahead of it
+// becomes `content`. Without a "{" before the end nothing is taken.
+HKDTDElementRead* readUpToBrace(HKDTDElementReadStructLocal& local, std::string& content,
+                                HKDTDElementRead* self) {
+  std::string taken;
+  for (;;) {
+    const int c = local.get();
+    if (c == -1) return local(false, self);
+    if (c == '{') break;
+    taken.push_back(static_cast<char>(c));
+  }
+  content = std::move(taken);
+  return local(true, self);
+}
+}  // namespace
+
 HKDTDElementRead_MediaQueryCSS::HKDTDElementRead_MediaQueryCSS() : HKDTDElementRead("css_d_mediaquery") {}
 
 HKDTDElementRead* HKDTDElementRead_MediaQueryCSS::Read(HKDTDElementReader& reader) {
   if (!reader.good()) return nullptr;
   HKDTDElementReadStructLocal local(reader);
   if (local.peek() != '@') return local(false, this);
-  std::string content;
-  for (;;) {
-    const int c = local.get();
-    if (c == -1) return local(false, this);
-    if (c == '{') break;
-    content.push_back(static_cast<char>(c));
-  }
-  _content = std::move(content);
-  return local(true, this);
+  return readUpToBrace(local, _content, this);
 }
 
 HKDTDElementRead* HKDTDElementRead_MediaQueryCSS::Duplicate() { return new HKDTDElementRead_MediaQueryCSS(); }
@@ -499,15 +508,7 @@ HKDTDElementRead* HKDTDElementRead_RuleCSS::Read(HKDTDElementReader& reader) {
   HKDTDElementReadStructLocal local(reader);
   const int first = local.peek();
   if (!(_isalpha(first) || first == '#' || first == '.' || first == '*')) return local(false, this);
-  std::string content;
-  for (;;) {
-    const int c = local.get();
-    if (c == -1) return local(false, this);
-    if (c == '{') break;
-    content.push_back(static_cast<char>(c));
-  }
-  _content = std::move(content);
-  return local(true, this);
+  return readUpToBrace(local, _content, this);
 }
 
 HKDTDElementRead* HKDTDElementRead_RuleCSS::Duplicate() { return new HKDTDElementRead_RuleCSS(); }
