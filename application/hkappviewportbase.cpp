@@ -1,8 +1,8 @@
-#include "application/hkappviewportbase.h"
+#include <toviktwo/application/hkappviewportbase.h>
 
 #include <iostream>
 
-#include "foundation/hkexception.h"
+#include <toviktwo/foundation/hkexception.h>
 
 HKAppViewportBase::HKAppViewportBase(std::string applicationName, std::string secondName, Factory factory,
                                      StorageInitialiser storageInitialiser)

@@ -13,8 +13,8 @@
 #include <functional>
 #include <string>
 
-#include "application/hkforthcoming.h"
-#include "application/hktovikapplication2.h"
+#include <toviktwo/application/hkforthcoming.h>
+#include <toviktwo/application/hktovikapplication2.h>
 
 class HKAppViewportBase {
  public:

@@ -1,7 +1,7 @@
-#include "application/hkhtmlkontextn.h"
+#include <toviktwo/application/hkhtmlkontextn.h>
 
-#include "application/hktovikapplication2.h"
-#include "foundation/hkexception.h"
+#include <toviktwo/application/hktovikapplication2.h>
+#include <toviktwo/foundation/hkexception.h>
 
 HKHTMLKontextN::HKHTMLKontextN(HKTovikApplication2* application, const std::string& mainContextID,
                                unsigned int, std::string,

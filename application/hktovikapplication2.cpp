@@ -1,6 +1,6 @@
-#include "application/hktovikapplication2.h"
+#include <toviktwo/application/hktovikapplication2.h>
 
-#include "foundation/hkexception.h"
+#include <toviktwo/foundation/hkexception.h>
 
 HKTovikApplication2::HKTovikApplication2(HKPersistentAppStorage& storage,
                                          std::vector<HKTovikInterfaceProps> interfaces,

@@ -17,11 +17,11 @@
 #include <string>
 #include <vector>
 
-#include "application/hkforthcoming.h"
-#include "application/hkhtmlkontextn.h"
-#include "application/hktovikinterfaceprops.h"
-#include "scheduler/hkgavetascheduler2.h"
-#include "scheduler/hkjidgenerator.h"
+#include <toviktwo/application/hkforthcoming.h>
+#include <toviktwo/application/hkhtmlkontextn.h>
+#include <toviktwo/application/hktovikinterfaceprops.h>
+#include <toviktwo/scheduler/hkgavetascheduler2.h>
+#include <toviktwo/scheduler/hkjidgenerator.h>
 
 class HKTovikApplication2 {
  public:

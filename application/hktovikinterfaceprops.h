@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "application/hkforthcoming.h"
+#include <toviktwo/application/hkforthcoming.h>
 
 class HKTovikInterfaceProps {
  public:

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "transport/hkxheader.h"
+#include <toviktwo/transport/hkxheader.h>
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <thread>
 
-#include "scheduler/hkgavetascheduler2.h"
-#include "scheduler/hkjidgenerator.h"
+#include <toviktwo/scheduler/hkgavetascheduler2.h>
+#include <toviktwo/scheduler/hkjidgenerator.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "foundation/hkbuffers.h"
+#include <toviktwo/foundation/hkbuffers.h>
 
 #include <unistd.h>
 

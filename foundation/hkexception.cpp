@@ -1,4 +1,4 @@
-#include "foundation/hkexception.h"
+#include <toviktwo/foundation/hkexception.h>
 
 #include <sstream>
 

@@ -1,4 +1,4 @@
-#include "foundation/hklogstream.h"
+#include <toviktwo/foundation/hklogstream.h>
 
 #include <cstdio>
 #include <ctime>

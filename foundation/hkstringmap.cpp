@@ -1,10 +1,10 @@
-#include "foundation/hkstringmap.h"
+#include <toviktwo/foundation/hkstringmap.h>
 
 #include <fstream>
 #include <iostream>
 #include <set>
 
-#include "foundation/hkstringtools.h"
+#include <toviktwo/foundation/hkstringtools.h>
 
 HKStringMap1::HKStringMap1(std::string text, std::string separator, bool skipEmpty) {
   std::string::size_type pos = 0;

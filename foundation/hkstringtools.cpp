@@ -1,4 +1,4 @@
-#include "foundation/hkstringtools.h"
+#include <toviktwo/foundation/hkstringtools.h>
 
 #include <dirent.h>
 #include <sys/stat.h>

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "transport/hkxheader.h"
+#include <toviktwo/transport/hkxheader.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "foundation/hkexception.h"
-#include "transport/hkurl.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/transport/hkurl.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string s(reinterpret_cast<const char*>(data), size);

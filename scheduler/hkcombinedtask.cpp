@@ -1,8 +1,8 @@
-#include "scheduler/hkcombinedtask.h"
+#include <toviktwo/scheduler/hkcombinedtask.h>
 
 #include <chrono>
 
-#include "scheduler/hkjob.h"
+#include <toviktwo/scheduler/hkjob.h>
 
 HKCombinedTask::HKCombinedTask() { _thread = std::make_unique<std::thread>([this] { _messaging(); }); }
 

@@ -20,8 +20,8 @@
 #include <thread>
 #include <utility>
 
-#include "scheduler/hkjidgenerator.h"
-#include "scheduler/hkjobmessage.h"
+#include <toviktwo/scheduler/hkjidgenerator.h>
+#include <toviktwo/scheduler/hkjobmessage.h>
 
 class HKJob;
 

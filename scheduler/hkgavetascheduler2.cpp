@@ -1,9 +1,9 @@
-#include "scheduler/hkgavetascheduler2.h"
+#include <toviktwo/scheduler/hkgavetascheduler2.h>
 
 #include <chrono>
 #include <thread>
 
-#include "foundation/hkexception.h"
+#include <toviktwo/foundation/hkexception.h>
 
 namespace {
 

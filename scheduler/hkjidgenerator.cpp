@@ -1,4 +1,4 @@
-#include "scheduler/hkjidgenerator.h"
+#include <toviktwo/scheduler/hkjidgenerator.h>
 
 #include <chrono>
 #include <cstdio>

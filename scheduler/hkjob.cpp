@@ -1,4 +1,4 @@
-#include "scheduler/hkjob.h"
+#include <toviktwo/scheduler/hkjob.h>
 
 // The process-wide statics of jobs and of the bus, defined in one place so
 // that they are set up in this order: the generators first, then the name

@@ -11,10 +11,10 @@
 #include <mutex>
 #include <string>
 
-#include "foundation/hkstringtools.h"
-#include "scheduler/hkcombinedtask.h"
-#include "scheduler/hkjidgenerator.h"
-#include "scheduler/hkjobmessage.h"
+#include <toviktwo/foundation/hkstringtools.h>
+#include <toviktwo/scheduler/hkcombinedtask.h>
+#include <toviktwo/scheduler/hkjidgenerator.h>
+#include <toviktwo/scheduler/hkjobmessage.h>
 
 class HKJob {
  public:

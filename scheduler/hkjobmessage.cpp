@@ -1,4 +1,4 @@
-#include "scheduler/hkjobmessage.h"
+#include <toviktwo/scheduler/hkjobmessage.h>
 
 #include <utility>
 

@@ -1,8 +1,8 @@
-#include "transport/hkmessageblock.h"
+#include <toviktwo/transport/hkmessageblock.h>
 
-#include "foundation/hkexception.h"
-#include "foundation/hkstringmap.h"
-#include "foundation/hkstringtools.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkstringmap.h>
+#include <toviktwo/foundation/hkstringtools.h>
 
 HKHTTPMessageBlock::HKHTTPMessageBlock()
     : _attributes{{"mimetype", "application/octet-stream"}, {"name", ""}} {}

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/hkbuffers.h"
+#include <toviktwo/foundation/hkbuffers.h>
 
 // One named block. Blocks move, they are not copied.
 class HKHTTPMessageBlock {

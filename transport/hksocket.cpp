@@ -1,4 +1,4 @@
-#include "transport/hksocket.h"
+#include <toviktwo/transport/hksocket.h>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -14,7 +14,7 @@
 #include <iostream>
 #include <thread>
 
-#include "foundation/hklogstream.h"
+#include <toviktwo/foundation/hklogstream.h>
 
 // ---------------------------------------------------------------- HKSocketIPvx
 

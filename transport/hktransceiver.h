@@ -2,10 +2,10 @@
 // they arrive) connections, the transceiver hub, server layers and clients.
 #pragma once
 
-#include "transport/hkmessageblock.h"
-#include "transport/hkprotocols.h"
-#include "transport/hkservercallback.h"
-#include "transport/hksocket.h"
-#include "transport/hktransceiverserver.h"
-#include "transport/hkurl.h"
-#include "transport/hkxheader.h"
+#include <toviktwo/transport/hkmessageblock.h>
+#include <toviktwo/transport/hkprotocols.h>
+#include <toviktwo/transport/hkservercallback.h>
+#include <toviktwo/transport/hksocket.h>
+#include <toviktwo/transport/hktransceiverserver.h>
+#include <toviktwo/transport/hkurl.h>
+#include <toviktwo/transport/hkxheader.h>

@@ -1,7 +1,7 @@
-#include "transport/hkurl.h"
+#include <toviktwo/transport/hkurl.h>
 
-#include "foundation/hkexception.h"
-#include "foundation/hkstringtools.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkstringtools.h>
 
 std::string getProtocolString(HKTovikProtocols_t protocol) {
   switch (protocol) {

@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "transport/hkprotocols.h"
+#include <toviktwo/transport/hkprotocols.h>
 
 class HKURL {
  public:

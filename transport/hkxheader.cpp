@@ -1,15 +1,15 @@
-#include "transport/hkxheader.h"
+#include <toviktwo/transport/hkxheader.h>
 
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <iostream>
 
-#include "foundation/hkexception.h"
-#include "foundation/hkstringmap.h"
-#include "foundation/hkstringtools.h"
-#include "transport/hktransceiverserver.h"
-#include "transport/hkurl.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkstringmap.h>
+#include <toviktwo/foundation/hkstringtools.h>
+#include <toviktwo/transport/hktransceiverserver.h>
+#include <toviktwo/transport/hkurl.h>
 
 const char* const HKServerSoftware = "harnock/1.28.1(96)";
 

@@ -15,11 +15,11 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/hkbuffers.h"
-#include "scheduler/hkjob.h"
-#include "transport/hkmessageblock.h"
-#include "transport/hkprotocols.h"
-#include "transport/hkservercallback.h"
+#include <toviktwo/foundation/hkbuffers.h>
+#include <toviktwo/scheduler/hkjob.h>
+#include <toviktwo/transport/hkmessageblock.h>
+#include <toviktwo/transport/hkprotocols.h>
+#include <toviktwo/transport/hkservercallback.h>
 
 class HKHTMLKontextN;
 class HKHTML_Document2;

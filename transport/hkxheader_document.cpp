@@ -2,8 +2,8 @@
 // not need the document classes.
 #include <sstream>
 
-#include "documents/html/hkhtmldocument.h"
-#include "transport/hkxheader.h"
+#include <toviktwo/documents/html/hkhtmldocument.h>
+#include <toviktwo/transport/hkxheader.h>
 
 void HKXResponseHeader::setHTTPResponse200(const HKHTML_Document2& document) {
   std::ostringstream os;

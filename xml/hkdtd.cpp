@@ -1,11 +1,11 @@
-#include "xml/hkdtd.h"
+#include <toviktwo/xml/hkdtd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <iostream>
 
-#include "foundation/hkexception.h"
-#include "xml/hkdtdelementreader.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/xml/hkdtdelementreader.h>
 
 // ---- HKDTDElementRead ----
 

@@ -410,4 +410,4 @@ class HKDTD {
 };
 
 // The reader, which the inline operations of the transaction need.
-#include "xml/hkdtdelementreader.h"
+#include <toviktwo/xml/hkdtdelementreader.h>

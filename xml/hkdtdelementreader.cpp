@@ -1,10 +1,10 @@
-#include "xml/hkdtdelementreader.h"
+#include <toviktwo/xml/hkdtdelementreader.h>
 
 #include <mutex>
 #include <typeinfo>
 #include <vector>
 
-#include "xml/hkxmlelement.h"
+#include <toviktwo/xml/hkxmlelement.h>
 
 // ---- pushback ----
 

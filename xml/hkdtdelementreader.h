@@ -30,8 +30,8 @@
 #include <map>
 #include <string>
 
-#include "xml/hkdtd.h"
-#include "xml/hkxmlcontentsplitter.h"
+#include <toviktwo/xml/hkdtd.h>
+#include <toviktwo/xml/hkxmlcontentsplitter.h>
 
 class HKDTDElementReader {
  public:

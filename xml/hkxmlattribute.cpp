@@ -1,8 +1,8 @@
-#include "xml/hkxmlattribute.h"
+#include <toviktwo/xml/hkxmlattribute.h>
 
 #include <stdexcept>
 
-#include "xml/hkxmlnodepool.h"
+#include <toviktwo/xml/hkxmlnodepool.h>
 
 // ---- HKXMLComplexAttribute2 ----
 

@@ -1,4 +1,4 @@
-#include "xml/hkxmlcontentsplitter.h"
+#include <toviktwo/xml/hkxmlcontentsplitter.h>
 
 #include <bitset>
 #include <functional>
@@ -6,9 +6,9 @@
 #include <typeinfo>
 #include <vector>
 
-#include "foundation/hkexception.h"
-#include "xml/hkdtdelementreader.h"
-#include "xml/hkxmlelement.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/xml/hkdtdelementreader.h>
+#include <toviktwo/xml/hkxmlelement.h>
 
 namespace {
 // Whether the reader is of one of this library's reader classes exactly,

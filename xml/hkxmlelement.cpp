@@ -1,11 +1,11 @@
-#include "xml/hkxmlelement.h"
+#include <toviktwo/xml/hkxmlelement.h>
 
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
-#include "foundation/hkexception.h"
-#include "xml/hkxmlnodepool.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/xml/hkxmlnodepool.h>
 
 // ---- HKWidgetManager_base ----
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <utility>
 
-#include "xml/hkxmlattribute.h"
+#include <toviktwo/xml/hkxmlattribute.h>
 
 class HKXMLComplexElement;
 class HKXMLGenericElement;

@@ -1,4 +1,4 @@
-#include "xml/hkxmlnodepool.h"
+#include <toviktwo/xml/hkxmlnodepool.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -3,8 +3,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "xml/hkdtdelementreader.h"
-#include "xml/hkxmlelement.h"
+#include <toviktwo/xml/hkdtdelementreader.h>
+#include <toviktwo/xml/hkxmlelement.h>
 
 std::string HKXMLGenericElement::getAttributeText(const std::string& name, const std::string& fallback) {
   if (!_attributes) return fallback;

@@ -1,8 +1,8 @@
-#include "documents/css/hkcss.h"
+#include <toviktwo/documents/css/hkcss.h>
 
-#include "foundation/hkexception.h"
-#include "foundation/hkstringmap.h"
-#include "foundation/hkstringtools.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkstringmap.h>
+#include <toviktwo/foundation/hkstringtools.h>
 
 namespace {
 // What a property text is cut from at both ends.

@@ -13,8 +13,8 @@
 #include <ostream>
 #include <string>
 
-#include "xml/hkxmlattribute.h"
-#include "xml/hkxmlelement.h"
+#include <toviktwo/xml/hkxmlattribute.h>
+#include <toviktwo/xml/hkxmlelement.h>
 
 // One "name: value;" pair ("cssproperty").
 class HKCSSProperty : public HKXMLComplexElement {

@@ -1,13 +1,13 @@
-#include "documents/html/hkdatareader.h"
+#include <toviktwo/documents/html/hkdatareader.h>
 
 #include <cstdio>
 #include <fstream>
 #include <list>
 
-#include "documents/html/hkhtmldocument.h"
-#include "foundation/hkexception.h"
-#include "foundation/hkstringtools.h"
-#include "xml/hkdtdelementreader.h"
+#include <toviktwo/documents/html/hkhtmldocument.h>
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkstringtools.h>
+#include <toviktwo/xml/hkdtdelementreader.h>
 
 namespace {
 // The first structural child of the reader's top element, detached from it.

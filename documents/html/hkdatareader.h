@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "xml/hkxmlelement.h"
+#include <toviktwo/xml/hkxmlelement.h>
 
 class HKHTML_Document2;
 

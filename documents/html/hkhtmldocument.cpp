@@ -1,11 +1,11 @@
-#include "documents/html/hkhtmldocument.h"
+#include <toviktwo/documents/html/hkhtmldocument.h>
 
 #include <iostream>
 #include <list>
 #include <typeinfo>
 #include <utility>
 
-#include "foundation/hkexception.h"
+#include <toviktwo/foundation/hkexception.h>
 
 // ---- doctype, script and style text ----
 

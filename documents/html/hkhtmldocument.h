@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "documents/html/hkhtmlelement.h"
+#include <toviktwo/documents/html/hkhtmlelement.h>
 
 
 // "<!DOCTYPE " text ">" and a line feed ("HTMLDoctype").

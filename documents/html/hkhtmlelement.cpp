@@ -1,10 +1,10 @@
-#include "documents/html/hkhtmlelement.h"
+#include <toviktwo/documents/html/hkhtmlelement.h>
 
 #include <list>
 #include <sstream>
 
-#include "documents/html/hkhtmlform.h"
-#include "foundation/hkstringtools.h"
+#include <toviktwo/documents/html/hkhtmlform.h>
+#include <toviktwo/foundation/hkstringtools.h>
 
 // ---- HKHTML_BaseElement2 ----
 

@@ -21,10 +21,10 @@
 #include <ostream>
 #include <string>
 
-#include "documents/css/hkcss.h"
-#include "xml/hkdtd.h"
-#include "xml/hkxmlattribute.h"
-#include "xml/hkxmlelement.h"
+#include <toviktwo/documents/css/hkcss.h>
+#include <toviktwo/xml/hkdtd.h>
+#include <toviktwo/xml/hkxmlattribute.h>
+#include <toviktwo/xml/hkxmlelement.h>
 
 class HKHTML_button2;
 class HKHTML_p2;

@@ -2,11 +2,11 @@
 // grammars "html", "xmlhtml", "css" and "cssRule".
 #include <string>
 
-#include "documents/css/hkcss.h"
-#include "documents/html/hkhtmldocument.h"
-#include "documents/html/hkhtmlelement.h"
-#include "documents/html/hkhtmlform.h"
-#include "xml/hkdtdelementreader.h"
+#include <toviktwo/documents/css/hkcss.h>
+#include <toviktwo/documents/html/hkhtmldocument.h>
+#include <toviktwo/documents/html/hkhtmlelement.h>
+#include <toviktwo/documents/html/hkhtmlform.h>
+#include <toviktwo/xml/hkdtdelementreader.h>
 
 namespace {
 template <typename T>

@@ -1,4 +1,4 @@
-#include "documents/html/hkhtmlform.h"
+#include <toviktwo/documents/html/hkhtmlform.h>
 
 #include <atomic>
 #include <cstdio>

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "documents/html/hkhtmldocument.h"
-#include "documents/html/hkhtmlelement.h"
-#include "foundation/hkbuffers.h"
+#include <toviktwo/documents/html/hkhtmldocument.h>
+#include <toviktwo/documents/html/hkhtmlelement.h>
+#include <toviktwo/foundation/hkbuffers.h>
 
 class HKHTML_input2_hidden;
 class HKHTML_input2_button;

@@ -1,9 +1,9 @@
-#include "documents/svg/hksvg.h"
+#include <toviktwo/documents/svg/hksvg.h>
 
 #include <list>
 #include <sstream>
 
-#include "foundation/hkexception.h"
+#include <toviktwo/foundation/hkexception.h>
 
 // ---- HKXMLPointsXYHKAttribute ----
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "xml/hkxmlattribute.h"
-#include "xml/hkxmlelement.h"
+#include <toviktwo/xml/hkxmlattribute.h>
+#include <toviktwo/xml/hkxmlelement.h>
 
 // An attribute for generated ids.
 class HKId : public HKXMLStringHKAttribute {

@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "application/hkappviewportbase.h"
-#include "foundation/hkexception.h"
+#include <toviktwo/application/hkappviewportbase.h>
+#include <toviktwo/foundation/hkexception.h>
 
 using namespace std::chrono_literals;
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "foundation/hkbuffers.h"
+#include <toviktwo/foundation/hkbuffers.h>
 
 namespace {
 void add(HKInputStreamBinary& b, const std::string& s) { b.AddChars(s.data(), s.size()); }

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "foundation/hkexception.h"
-#include "foundation/hklogstream.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hklogstream.h>
 
 using namespace std::chrono;
 

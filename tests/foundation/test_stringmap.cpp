@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "foundation/hkstringmap.h"
+#include <toviktwo/foundation/hkstringmap.h>
 
 TEST(HKStringMap1Test, EmptyPiecesKeptOrSkipped) {
   HKStringMap1 keep("a,,b", ",", false);

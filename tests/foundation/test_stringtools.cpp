@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "foundation/hkstringtools.h"
+#include <toviktwo/foundation/hkstringtools.h>
 
 // ---------------------------------------------------------------- white space
 

@@ -1,5 +1,7 @@
 # Installs the built library into a temporary prefix, then builds and runs a
-# consumer found through find_package(toviktwo) and one built with pkg-config.
+# consumer found through find_package(toviktwo), one built with pkg-config, and
+# one with its own xml/ and application/ folders, each with only
+# <prefix>/include on its include path.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -30,7 +32,13 @@ if(NOT LAST_OUTPUT MATCHES "SONAME +libtoviktwo_dll_ssl\\.so\\.1")
   message(FATAL_ERROR "wrong SONAME:\n${LAST_OUTPUT}")
 endif()
 
-# 1. CMake package
+# 1. CMake package; its target names exactly one include folder.
+file(GLOB_RECURSE targets_file ${PREFIX}/*/toviktwoTargets.cmake)
+file(READ "${targets_file}" targets_text)
+string(REGEX MATCH "INTERFACE_INCLUDE_DIRECTORIES \"[^\"]*\"" include_line "${targets_text}")
+if(NOT include_line STREQUAL "INTERFACE_INCLUDE_DIRECTORIES \"\${_IMPORT_PREFIX}/include\"")
+  message(FATAL_ERROR "the CMake target must give exactly <prefix>/include, not: ${include_line}")
+endif()
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR}/cmake_consumer -B ${WORK_DIR}/cmake_consumer
     -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${PREFIX} -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake_consumer)
@@ -45,12 +53,26 @@ run(pkg-config --cflags toviktwo)
 string(STRIP "${LAST_OUTPUT}" cflags)
 run(pkg-config --libs toviktwo)
 string(STRIP "${LAST_OUTPUT}" libs)
-separate_arguments(cflags UNIX_COMMAND "${cflags}")
 separate_arguments(libs UNIX_COMMAND "${libs}")
-run(${CXX} ${cflags} ${CONSUMER_DIR}/consumer.cpp -o ${WORK_DIR}/pc_consumer ${libs}
+string(REGEX REPLACE "^-I" "" incdir "${cflags}")
+file(REAL_PATH "${incdir}" incdir)
+file(REAL_PATH "${PREFIX}/include" wanted)
+if(NOT cflags MATCHES "^-I[^ ]+$" OR NOT incdir STREQUAL wanted)
+  message(FATAL_ERROR "pkg-config must give exactly one include folder, not: ${cflags}")
+endif()
+separate_arguments(cflags UNIX_COMMAND "${cflags}")
+# The headers need C++20; pkg-config users say so themselves.
+run(${CXX} -std=c++20 ${cflags} ${CONSUMER_DIR}/consumer.cpp -o ${WORK_DIR}/pc_consumer ${libs}
     -Wl,-rpath,${LIBDIR})
 run(${WORK_DIR}/pc_consumer)
 if(NOT LAST_OUTPUT MATCHES "consumer ok 96")
   message(FATAL_ERROR "unexpected output of the pkg-config consumer: ${LAST_OUTPUT}")
+endif()
+# 3. A consumer whose own folders share names with ours; its folder comes first.
+run(${CXX} -std=c++20 -I${CONSUMER_DIR}/clash ${cflags} ${CONSUMER_DIR}/clash/clash_consumer.cpp
+    -o ${WORK_DIR}/clash_consumer ${libs} -Wl,-rpath,${LIBDIR})
+run(${WORK_DIR}/clash_consumer)
+if(NOT LAST_OUTPUT MATCHES "consumer ok 96 item")
+  message(FATAL_ERROR "unexpected output of the clash consumer: ${LAST_OUTPUT}")
 endif()
 message(STATUS "install test passed")

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "scheduler/hkjob.h"
+#include <toviktwo/scheduler/hkjob.h>
 #include "test_support.h"
 
 using namespace std::chrono_literals;

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "scheduler/hkjob.h"
+#include <toviktwo/scheduler/hkjob.h>
 #include "test_support.h"
 
 using namespace std::chrono_literals;

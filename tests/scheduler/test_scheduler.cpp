@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "foundation/hkexception.h"
-#include "scheduler/hkgavetascheduler2.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/scheduler/hkgavetascheduler2.h>
 #include "test_support.h"
 
 using namespace std::chrono_literals;

@@ -2,8 +2,8 @@
 // urlencoded bodies, and blocks made from a single "name=value".
 #include <gtest/gtest.h>
 
-#include "foundation/hkexception.h"
-#include "transport/hkxheader.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/transport/hkxheader.h>
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <sstream>
 #include <thread>
 
-#include "foundation/hklogstream.h"
-#include "transport/hksocket.h"
+#include <toviktwo/foundation/hklogstream.h>
+#include <toviktwo/transport/hksocket.h>
 
 namespace {
 

@@ -1,8 +1,8 @@
 // URLs: scheme rules, default ports and the exact exception texts.
 #include <gtest/gtest.h>
 
-#include "foundation/hkexception.h"
-#include "transport/hkurl.h"
+#include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/transport/hkurl.h>
 
 namespace {
 std::string errorOf(const std::string& url) {

@@ -4,8 +4,8 @@
 
 #include <sstream>
 
-#include "transport/hktransceiverserver.h"
-#include "transport/hkxheader.h"
+#include <toviktwo/transport/hktransceiverserver.h>
+#include <toviktwo/transport/hkxheader.h>
 
 namespace {
 

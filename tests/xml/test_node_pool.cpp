@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "xml/hkxmlnodepool.h"
+#include <toviktwo/xml/hkxmlnodepool.h>
 #include "xml_test_util.h"
 
 namespace {

@@ -1,0 +1,5 @@
+// A consumer's own header that shares its folder and file name with one of
+// the library's. The library's headers must never reach this one.
+#pragma once
+#define CLASH_CONSUMER_OWN_XML 1
+inline int consumerOwnXml() { return 40; }
