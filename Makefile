@@ -5,7 +5,7 @@ BUILD      ?= build
 CMAKE_GEN  := -G Ninja
 CTEST_ARGS ?= --output-on-failure -j $(JOBS) --timeout 300
 
-.PHONY: all deps configure build test demo sanitize asan tsan bench fuzz format clean
+.PHONY: all deps configure build test demo sanitize asan tsan bench fuzz format clean package docs
 
 all: build
 
@@ -48,8 +48,21 @@ fuzz: deps
 	cmake --build build-fuzz -j $(JOBS)
 	@bash fuzz/run_all.sh build-fuzz/fuzz $(FUZZ_SECONDS)
 
+# The two Debian packages (runtime and -dev) of a Release build, in build-package/.
+package: deps
+	cmake -S . -B build-package $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTOVIK_BUILD_TESTS=OFF -DTOVIK_BUILD_EXAMPLES=OFF
+	cmake --build build-package -j $(JOBS)
+	cd build-package && cpack -G DEB
+	@ls -1 build-package/*.deb
+
+# The HTML API reference from the headers' comments, in build-docs/html/.
+# Fails on any Doxygen warning (undocumented members are not warnings).
+docs:
+	@bash scripts/install-deps.sh doxygen
+	@bash scripts/make-docs.sh build-docs
+
 format:
 	clang-format -i $$(git ls-files '*.h' '*.cpp')
 
 clean:
-	rm -rf $(BUILD) build-asan build-tsan build-bench build-fuzz
+	rm -rf $(BUILD) build-asan build-tsan build-bench build-fuzz build-package build-docs

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the benchmarks need,
 # and only those that are missing. `apt-get update` runs only when something
-# has to be installed.
+# has to be installed. Given package names as arguments, it installs those
+# instead (for targets such as `make docs` that need a tool the rest does not).
 set -euo pipefail
 
 packages=(
@@ -11,6 +12,10 @@ packages=(
   clang libclang-rt-dev
   libxml2-dev libpugixml-dev
 )
+
+if [ $# -gt 0 ]; then
+  packages=("$@")
+fi
 
 missing=()
 for p in "${packages[@]}"; do

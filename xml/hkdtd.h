@@ -57,7 +57,7 @@ class HKDTDElementRead {
   bool NoClosing() const { return _noClosing; }
 
   // Character classes; characters are ints (-1 is the end of input).
-  // ASCII is decided here; other bytes go to <cctype> (so the C locale
+  // ASCII is decided here; other bytes go to `<cctype>` (so the C locale
   // decides about them as before).
   static bool _isalpha(int c) {  // isalpha or "_"
     if (c < 128) return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
