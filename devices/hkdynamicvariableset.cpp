@@ -52,6 +52,12 @@ void HKDynamicVariableSet::AddSubscriber(uint64_t number, HKDevice_w_queue* subs
   _subscribers[number].insert(subscriber);
 }
 
+void HKDynamicVariableSet::RemoveSubscriber(uint64_t number, HKDevice_w_queue* subscriber) {
+  std::scoped_lock both(_variables_mutex, _subscribers_mutex);
+  auto found = _subscribers.find(number);
+  if (found != _subscribers.end()) found->second.erase(subscriber);
+}
+
 std::set<HKDevice_w_queue*> HKDynamicVariableSet::GetSubscribers(uint64_t number) {
   std::lock_guard<std::recursive_mutex> guard(_subscribers_mutex);
   auto found = _subscribers.find(number);

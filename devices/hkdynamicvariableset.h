@@ -37,6 +37,9 @@ class HKDynamicVariableSet {
   HKDynamicVariable_basic* GetVariable(uint64_t number);
   // Adds `subscriber` to the subscribers of `number`, unless it is there.
   void AddSubscriber(uint64_t number, HKDevice_w_queue* subscriber);
+  // Erases `subscriber` from the subscribers of `number`, when it is there:
+  // a consumer that goes away leaves its subscriptions this way.
+  void RemoveSubscriber(uint64_t number, HKDevice_w_queue* subscriber);
   // A copy of the subscribers of `number`; empty when it has no entry.
   std::set<HKDevice_w_queue*> GetSubscribers(uint64_t number);
   // The count of variables.
