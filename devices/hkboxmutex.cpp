@@ -1,26 +1,33 @@
 #include <toviktwo/devices/hkboxmutex.h>
 
+#include <condition_variable>
+
+namespace {
+
+// The wait of a thread that locks what it holds: nothing ever notifies.
+[[noreturn]] void waitForGood() {
+  std::mutex never;
+  std::condition_variable nobody;
+  std::unique_lock<std::mutex> lock(never);
+  for (;;) nobody.wait(lock);
+}
+
+}  // namespace
+
 void HKBoxMutex::lock() {
-  std::unique_lock<std::mutex> guard(_guard);
-  ++_waiting;
-  while (_held) _freed.wait(guard);
-  --_waiting;
-  _held = true;
+  if (_owner.load(std::memory_order_relaxed) == std::this_thread::get_id()) waitForGood();
+  _mutex.lock();
+  _owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
 }
 
 bool HKBoxMutex::try_lock() {
-  std::lock_guard<std::mutex> guard(_guard);
-  if (_held) return false;
-  _held = true;
+  if (_owner.load(std::memory_order_relaxed) == std::this_thread::get_id()) return false;
+  if (!_mutex.try_lock()) return false;
+  _owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
   return true;
 }
 
 void HKBoxMutex::unlock() {
-  bool wake = false;
-  {
-    std::lock_guard<std::mutex> guard(_guard);
-    _held = false;
-    wake = _waiting > 0;
-  }
-  if (wake) _freed.notify_one();
+  _owner.store(std::thread::id(), std::memory_order_relaxed);
+  _mutex.unlock();
 }

@@ -5,12 +5,13 @@
 // the base processing step takes the same lock again, so the base class
 // blocks itself on its first delivery (see hkdevice_w_queue.h). With a
 // standard mutex that second lock would be undefined; this lock makes it a
-// defined, plain wait that nothing ends. It satisfies Lockable, so it works
-// with std::lock and the standard guards.
+// defined wait that nothing ends, and `try_lock` by the holder fails. It
+// satisfies Lockable, so it works with std::lock and the standard guards.
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 class HKBoxMutex {
  public:
@@ -18,16 +19,17 @@ class HKBoxMutex {
   HKBoxMutex(const HKBoxMutex&) = delete;
   HKBoxMutex& operator=(const HKBoxMutex&) = delete;
 
-  // Waits until the lock is free, whoever holds it, then takes it.
+  // Waits until the lock is free, then takes it; waits for good when the
+  // calling thread holds it already.
   void lock();
-  // Takes the lock when it is free; false otherwise.
+  // Takes the lock when it is free; false otherwise (also for the holder).
   bool try_lock();
-  // Frees the lock and wakes one waiter.
+  // Frees the lock.
   void unlock();
 
  private:
-  std::mutex _guard;
-  std::condition_variable _freed;
-  bool _held = false;  // _guard
-  int _waiting = 0;    // _guard
+  std::mutex _mutex;
+  // The holder, or no thread. Only the holder writes its own id here, so a
+  // thread that reads its own id holds the lock.
+  std::atomic<std::thread::id> _owner{};
 };

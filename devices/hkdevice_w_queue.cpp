@@ -3,6 +3,7 @@
 #include <chrono>
 #include <memory>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -155,19 +156,25 @@ void HKDevice_w_queue::_process_inbox() {
 
 void HKDevice_w_queue::_process_outbox() {
   if (_process_outbox_hook()) return;
-  // The partner check needs the device lock; it is let go before the
-  // destination's locks are taken, and the outbox lock is kept until the
-  // container was handed over, so containers leave in the order posted.
-  for (;;) {
-    std::unique_lock<std::recursive_mutex> device(_device_mutex, std::defer_lock);
-    std::unique_lock<HKBoxMutex> box(_outbox_mutex, std::defer_lock);
-    std::lock(device, box);
-    if (_outbox.empty()) return;
-    std::unique_ptr<HKMessageContainer> container(_outbox.front());
-    _outbox.pop_front();
-    HKDevice_w_queue* destination = container->GetDestination();
-    const bool partner = _ckeck_sender(destination);
-    device.unlock();
-    if (partner) destination->SetMessages(container.release(), this);
+  // The partner checks need the device lock, which is let go before the
+  // destinations' locks are taken. The outbox lock stays until every
+  // container taken was handed over, so containers leave in the order
+  // posted even when two threads run this pass.
+  std::unique_lock<std::recursive_mutex> device(_device_mutex, std::defer_lock);
+  std::unique_lock<HKBoxMutex> box(_outbox_mutex, std::defer_lock);
+  std::lock(device, box);
+  std::list<HKMessageContainer*> taken;
+  taken.splice(taken.end(), _outbox);
+  std::vector<bool> partner;
+  partner.reserve(taken.size());
+  for (HKMessageContainer* container : taken) partner.push_back(_ckeck_sender(container->GetDestination()));
+  device.unlock();
+  size_t i = 0;
+  for (HKMessageContainer* container : taken) {
+    if (partner[i++]) {
+      container->GetDestination()->SetMessages(container, this);
+    } else {
+      delete container;
+    }
   }
 }

@@ -110,7 +110,9 @@ class RecordingDevice : public ManualDevice<HKDevice_w_queue> {
 template <class Base>
 class PumpedDevice : public Base {
  public:
-  explicit PumpedDevice(HKGavetaScheduler2& scheduler) : Base(scheduler) {}
+  template <class... Args>
+  explicit PumpedDevice(HKGavetaScheduler2& scheduler, Args&&... args)
+      : Base(scheduler, std::forward<Args>(args)...) {}
   ~PumpedDevice() override {
     StopPump();
     std::lock_guard<std::recursive_mutex> guard(this->_device_mutex);
@@ -153,6 +155,8 @@ class PumpedDevice : public Base {
 
  private:
   static constexpr auto kIdleRecheck = std::chrono::milliseconds(20);
+  static constexpr auto kNap = std::chrono::microseconds(50);
+  static constexpr int kNapsBeforeSleep = 4;
 
   void wake() {
     _work.fetch_add(1);
@@ -162,18 +166,35 @@ class PumpedDevice : public Base {
     }
   }
 
+  // While traffic flows the job takes short naps, so that work gathers
+  // and wakers need not signal; only after a few empty naps does it sleep
+  // until woken.
   void loop() {
+    int empty_naps = 0;
+    uint64_t done = _work.load();
     while (_run.load()) {
       const uint64_t seen = _work.load();
-      {
-        std::lock_guard<std::recursive_mutex> guard(this->_device_mutex);
-        this->_process_inbox();
+      if (seen != done || empty_naps == 0) {
+        {
+          std::lock_guard<std::recursive_mutex> guard(this->_device_mutex);
+          this->_process_inbox();
+        }
+        this->_process_outbox();
+        done = seen;
+        empty_naps = 1;
+        std::this_thread::sleep_for(kNap);
+        continue;
       }
-      this->_process_outbox();
+      if (empty_naps < kNapsBeforeSleep) {
+        ++empty_naps;
+        std::this_thread::sleep_for(kNap);
+        continue;
+      }
       std::unique_lock<std::mutex> lock(_wait_mutex);
       _sleeping = true;
-      if (_work.load() == seen && _run.load()) _wake.wait_for(lock, kIdleRecheck);
+      if (_work.load() == done && _run.load()) _wake.wait_for(lock, kIdleRecheck);
       _sleeping = false;
+      empty_naps = 0;
     }
   }
 
