@@ -43,3 +43,12 @@
 // Persistence
 
 // Device variables
+#include <toviktwo/devices/hkmessage.h>
+#include <toviktwo/devices/hkdevice_w_queue.h>
+#include <toviktwo/devices/hkvartype.h>
+#include <toviktwo/devices/hkvaluechangemessage.h>
+#include <toviktwo/devices/hkchannel.h>
+#include <toviktwo/devices/hkdynamicvariable.h>
+#include <toviktwo/devices/hkdynamicvariableset.h>
+#include <toviktwo/devices/hkvarconfigaddress.h>
+#include <toviktwo/devices/hkdriverconnector.h>

@@ -1,0 +1,3 @@
+#include <toviktwo/devices/hkvariableconfiguration.h>
+
+HKVariableConfiguration::~HKVariableConfiguration() = default;
