@@ -7,6 +7,9 @@
 #include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/foundation/hkbuffers.h>
 #include <toviktwo/foundation/hkstringmap.h>
+#include <toviktwo/foundation/hkdatum.h>
+#include <toviktwo/foundation/hkfaelligkeit.h>
+#include <toviktwo/foundation/hkdateformater.h>
 
 // Scheduling and jobs
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
@@ -21,6 +24,7 @@
 #include <toviktwo/xml/hkdtd.h>
 #include <toviktwo/xml/hkxmlcontentsplitter.h>
 #include <toviktwo/xml/hkdtdelementreader.h>
+#include <toviktwo/xml/hkxmldatum.h>
 
 // Documents
 #include <toviktwo/documents/css/hkcss.h>
