@@ -33,6 +33,14 @@
 #include <toviktwo/documents/html/hkhtmlform.h>
 #include <toviktwo/documents/html/hkdatareader.h>
 #include <toviktwo/documents/svg/hksvg.h>
+#include <toviktwo/documents/charts/hksvgchild.h>
+#include <toviktwo/documents/charts/hkiframecontent.h>
+#include <toviktwo/documents/charts/hkaxis.h>
+#include <toviktwo/documents/charts/hkpointcollection.h>
+#include <toviktwo/documents/charts/hkfunctionplot.h>
+#include <toviktwo/documents/charts/hkpointseries.h>
+#include <toviktwo/documents/charts/hkcanvas.h>
+#include <toviktwo/documents/charts/hkcoordinatesystem.h>
 
 // Network transport
 #include <toviktwo/transport/hktransceiver.h>
