@@ -10,6 +10,12 @@
 // caption, the plot area with the canvas and grids, the datasets clipped at
 // the plot edge, and the axes' ticks, labels, lines and captions.
 //
+// The labels of a horizontal axis are centred on their ticks, so the last
+// one reaches half its width beyond the plot's right edge; without a shown
+// right axis the outer margin alone (5 units) cannot hold it. Room is made
+// by showing the right axis with a small label space: an axis that no
+// dataset uses draws nothing but still reserves its margin.
+//
 // The drawing is 1500 units wide; its height follows from the aspect given
 // to the constructor. Datasets are not owned and must outlive the chart.
 // One chart is used by the thread handling its session; no locks.
