@@ -11,6 +11,7 @@ packages=(
   libgtest-dev libbenchmark-dev
   clang libclang-rt-dev
   libxml2-dev libpugixml-dev
+  chromium zlib1g-dev
 )
 
 if [ $# -gt 0 ]; then

@@ -7,6 +7,9 @@
 #include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/foundation/hkbuffers.h>
 #include <toviktwo/foundation/hkstringmap.h>
+#include <toviktwo/foundation/hkdatum.h>
+#include <toviktwo/foundation/hkfaelligkeit.h>
+#include <toviktwo/foundation/hkdateformater.h>
 
 // Scheduling and jobs
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
@@ -21,6 +24,7 @@
 #include <toviktwo/xml/hkdtd.h>
 #include <toviktwo/xml/hkxmlcontentsplitter.h>
 #include <toviktwo/xml/hkdtdelementreader.h>
+#include <toviktwo/xml/hkxmldatum.h>
 
 // Documents
 #include <toviktwo/documents/css/hkcss.h>
@@ -29,6 +33,14 @@
 #include <toviktwo/documents/html/hkhtmlform.h>
 #include <toviktwo/documents/html/hkdatareader.h>
 #include <toviktwo/documents/svg/hksvg.h>
+#include <toviktwo/documents/charts/hksvgchild.h>
+#include <toviktwo/documents/charts/hkiframecontent.h>
+#include <toviktwo/documents/charts/hkaxis.h>
+#include <toviktwo/documents/charts/hkpointcollection.h>
+#include <toviktwo/documents/charts/hkfunctionplot.h>
+#include <toviktwo/documents/charts/hkpointseries.h>
+#include <toviktwo/documents/charts/hkcanvas.h>
+#include <toviktwo/documents/charts/hkcoordinatesystem.h>
 
 // Network transport
 #include <toviktwo/transport/hktransceiver.h>
