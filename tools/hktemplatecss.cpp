@@ -97,12 +97,10 @@ std::string hkStripComments(const std::string& css, HKTplCssFindings& f) {
     } else if (css.compare(i, 2, "/*") == 0) {
       const std::size_t e = css.find("*/", i + 2);
       ++f.comments;
-      out += ' ';
       if (e == std::string::npos) break;
       i = e + 1;
     } else if (css.compare(i, 4, "<!--") == 0 || css.compare(i, 3, "-->") == 0) {
       ++f.htmlComments;
-      out += ' ';
       i += css[i] == '<' ? 3 : 2;
     } else {
       out += css[i];

@@ -161,8 +161,10 @@ void HKFixer::_startTag(const HKTplToken& t) {
   if (isVoid && !t.selfClosing) _stats.Count("void tags closed with \"/>\"");
   const bool selfClose = t.selfClosing || isVoid;
   if (lower == "style") _styleStart = _out.size();
-  _out += HKTplWriteStartTag(t, selfClose, foreign, _stats);
-  if (!selfClose) _open.push_back({foreign ? t.name : lower, foreign || lower == "svg" || lower == "math"});
+  // SVG and MathML names keep their case (viewBox, linearGradient).
+  const bool keepCase = foreign || lower == "svg" || lower == "math";
+  _out += HKTplWriteStartTag(t, selfClose, keepCase, _stats);
+  if (!selfClose) _open.push_back({keepCase ? t.name : lower, keepCase});
 }
 
 void HKFixer::_implied(const std::string& lower) {

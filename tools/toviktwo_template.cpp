@@ -3,17 +3,23 @@
 //
 //   toviktwo-template check [-q] FILE...
 //   toviktwo-template fix [-q] [-i | -o OUT] FILE...
+//   toviktwo-template print FILE
 //
 // check prints every problem with the reader's message, the place, and a
 // hint; -q prints one line per file. fix writes FILE's dialect form to
 // NAME.tpl.EXT beside it (or to OUT, or with -i over FILE, keeping FILE.orig)
-// and reads the result again. Exit status: 0 when every file (every fixed
+// and reads the result again. print writes the page as a session serves it
+// after reading FILE (with the reader's message on it when reading fails).
+// Exit status: 0 when every file (every fixed
 // file) reads, 1 otherwise, 2 for a wrong command line.
 #include <fstream>
 #include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <toviktwo/documents/html/hkdatareader.h>
+#include <toviktwo/documents/html/hkhtmldocument.h>
 
 #include "hktemplatechecker.h"
 #include "hktemplatefixer.h"
@@ -30,6 +36,8 @@ const char* const kUsage =
     "check  reads each FILE as a session reads its template and lists every problem with a hint\n"
     "fix    writes each FILE in the template dialect to NAME.tpl.EXT (-o OUT: to OUT, one FILE only;\n"
     "       -i: over FILE, keeping the original as FILE.orig), then checks the result\n"
+    "       toviktwo-template print FILE\n"
+    "print  writes FILE as a session serves it after reading it\n"
     "-q     one line per file\n";
 
 bool hkReadFile(const std::string& path, std::string& text) {
@@ -120,6 +128,18 @@ int hkFix(const std::vector<std::string>& files, bool quiet, bool inPlace, const
   return status;
 }
 
+int hkPrint(const std::vector<std::string>& files) {
+  if (files.size() != 1) {
+    std::cerr << kUsage;
+    return kExitUsage;
+  }
+  HKHTML_Document2 document(0);
+  HKDataReader reader;
+  const bool reads = reader.ReadHTMLDocument(files[0], document);
+  document.print(std::cout);
+  return reads ? kExitReads : kExitFails;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -146,9 +166,10 @@ int main(int argc, char** argv) {
       files.push_back(args[i]);
     }
   }
-  if (files.empty() || (args[0] != "check" && args[0] != "fix")) {
+  if (files.empty() || (args[0] != "check" && args[0] != "fix" && args[0] != "print")) {
     std::cerr << kUsage;
     return kExitUsage;
   }
+  if (args[0] == "print") return hkPrint(files);
   return args[0] == "check" ? hkCheck(files, quiet) : hkFix(files, quiet, inPlace, output);
 }
