@@ -5,6 +5,8 @@
 #include <thread>
 #include <vector>
 
+#include <toviktwo/devices/hkmutexend.h>
+
 namespace {
 
 // The one-off burst of the base processing step.
@@ -16,13 +18,23 @@ constexpr auto kBurstPause = std::chrono::milliseconds(1);
 HKDevice_w_queue::HKDevice_w_queue(HKGavetaScheduler2& scheduler) : _scheduler(scheduler) {}
 
 HKDevice_w_queue::~HKDevice_w_queue() {
-  std::lock_guard<std::recursive_mutex> guard(_device_mutex);
-  for (HKDevice_w_queue* d : _first) d->UnregisterSecond(this);
-  for (HKDevice_w_queue* d : _second) d->UnregisterFirst(this);
+  // The partner sets are read under the device lock, and the partners are
+  // told after it is let go: a partner's registration takes its own lock
+  // and then this one's, so holding this one while taking theirs would
+  // invert that order.
+  std::set<HKDevice_w_queue*> first, second;
+  {
+    std::lock_guard<std::recursive_mutex> guard(_device_mutex);
+    first = _first;
+    second = _second;
+  }
+  for (HKDevice_w_queue* d : first) d->UnregisterSecond(this);
+  for (HKDevice_w_queue* d : second) d->UnregisterFirst(this);
   // Containers still queued are given up, not deleted: whoever handed them
   // in may still know them. Pinned by tests/devices/test_device_w_queue.cpp.
   _inbox.clear();
   _outbox.clear();
+  HKMutexEnds(_device_mutex);
 }
 
 bool HKDevice_w_queue::_process_inbox_hook() { return false; }

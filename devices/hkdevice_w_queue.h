@@ -24,7 +24,9 @@
 // constructor is for subclasses that start jobs of their own.
 //
 // Threads: any thread may call the entry points. Lock order: `_device_mutex`
-// with a box lock (taken together), then `_busy_mutex`. While forwarding,
+// with a box lock (taken together), then `_busy_mutex`. `RegisterFirst`
+// takes this device's lock and then the partner's; the destructor reads
+// its partner sets under its own lock and tells the partners after it. While forwarding,
 // `_process_outbox` holds only `_outbox_mutex` and takes the destination's
 // locks, so two devices that forward to each other need no lock of their
 // own beyond that order; a delivery hook that posts on a partner creates

@@ -2,17 +2,21 @@
 
 #include <string>
 
+#include <toviktwo/devices/hkmutexend.h>
+
 HKDynamicVariableSet::~HKDynamicVariableSet() {
   for (;;) {
     HKDynamicVariable_basic* variable = nullptr;
     {
       std::scoped_lock both(_variables_mutex, _subscribers_mutex);
-      if (_variables.empty()) return;
+      if (_variables.empty()) break;
       variable = _variables.begin()->second;
       _variables.erase(_variables.begin());
     }
     delete variable;
   }
+  HKMutexEnds(_variables_mutex);
+  HKMutexEnds(_subscribers_mutex);
 }
 
 long HKDynamicVariableSet::InsertDynamicVariable(HKDynamicVariable_basic* v, HKDevice_w_queue* subscriber) {

@@ -247,4 +247,34 @@ TEST_F(ConnectorTest, ValuesOfOneVariableArriveInTheOrderSent) {
   for (int i = 0; i < 50; ++i) EXPECT_EQ(static_cast<IntValue*>(c1.received[i].get())->GetValue(), i + 1);
 }
 
+// Subscribes a consumer from within its own inbox pass, which runs inside
+// the connector's locks.
+class SubscribingConnector : public Connector {
+ public:
+  using Connector::Connector;
+  bool _process_inbox_hook() override {
+    if (subscriber != nullptr) number = InsertDynamicVariable(address, subscriber);
+    subscriber = nullptr;
+    return Connector::_process_inbox_hook();
+  }
+  HKVarConfigAddress* address = nullptr;
+  HKDevice_w_queue* subscriber = nullptr;
+  long number = -1;
+};
+
+TEST(ConnectorInDelivery, SubscriptionFromWithinTheInboxPassWorks) {
+  HKGavetaScheduler2 scheduler;
+  SubscribingConnector connector(scheduler);
+  RecordingDevice consumer(scheduler), driver(scheduler);
+  HKVarConfigAddress address("pump", "speed", 1, "plc", HK_INT32);
+  connector.ConnectDriver("plc", &driver);
+  consumer.ConnectTo(&connector);
+  connector.address = &address;
+  connector.subscriber = &consumer;
+  connector.Pump();
+  driver.Pump();
+  EXPECT_EQ(connector.number, 1);
+  EXPECT_EQ(driver.received.size(), 1u);
+}
+
 }  // namespace

@@ -155,7 +155,7 @@ class PumpedDevice : public Base {
 
  private:
   static constexpr auto kIdleRecheck = std::chrono::milliseconds(20);
-  static constexpr auto kNap = std::chrono::microseconds(50);
+  static constexpr auto kNap = std::chrono::microseconds(500);
   static constexpr int kNapsBeforeSleep = 4;
 
   void wake() {
