@@ -202,7 +202,8 @@ void hkIncompleteTagDiagnosis(const std::string& text, std::size_t at, HKTplDiag
 
 void hkClosingDiagnosis(const std::string& text, const HKTplFailure& f, HKTplDiagnosis& d) {
   const std::string x = hkQuotedPart(f.message, 0);
-  const std::string y = hkQuotedPart(f.message, 1).substr(1);
+  const std::string instead = hkQuotedPart(f.message, 1);
+  const std::string y = instead.empty() ? instead : instead.substr(1);
   const HKTplToken t = hkTokenAt(text, f.tokenStart);
   if (HKTplIsVoid(HKTplLower(y)) && !f.open.empty() && f.open.front().second != kNoPosition) {
     d.marker = f.open.front().second;
