@@ -29,11 +29,14 @@ total=$(wc -l < "$work/pages")
 as_is=0
 fixed=0
 : > "$work/remaining"
+: > "$work/first-hints"
 n=0
 while IFS= read -r page; do
   n=$((n + 1))
-  if "$tool" check -q "$page" > /dev/null 2>&1; then
+  if "$tool" check -q "$page" > "$work/check.txt" 2>&1; then
     as_is=$((as_is + 1))
+  else
+    sed -n 's/.*\(\[[a-z,-]*\]\)$/\1/p' "$work/check.txt" >> "$work/first-hints"
   fi
   out="$work/page$n.html"
   if "$tool" fix -q -o "$out" "$page" > "$work/fix.txt" 2>&1; then
@@ -83,6 +86,10 @@ echo "pages:               $total (under $root)"
 echo "read as they are:    $as_is ($(pct "$as_is" "$total")%)"
 echo "read after fix:      $fixed ($(pct "$fixed" "$total")%)"
 if [ -s "$work/pairs" ]; then python3 "$work/words.py" "$work/pairs"; fi
+if [ -s "$work/first-hints" ]; then
+  echo "why pages fail as they are (hints of the first problem):"
+  sort "$work/first-hints" | uniq -c | sort -rn
+fi
 if [ -s "$work/remaining" ]; then
   echo "still failing after fix, by message (line numbers cut):"
   sed -e 's/.*: fails: //' -e 's/ around line [0-9]*//' "$work/remaining" | sort | uniq -c | sort -rn

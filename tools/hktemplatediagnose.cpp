@@ -202,7 +202,8 @@ void hkIncompleteTagDiagnosis(const std::string& text, std::size_t at, HKTplDiag
 
 void hkClosingDiagnosis(const std::string& text, const HKTplFailure& f, HKTplDiagnosis& d) {
   const std::string x = hkQuotedPart(f.message, 0);
-  const std::string y = hkQuotedPart(f.message, 1).substr(1);
+  const std::string instead = hkQuotedPart(f.message, 1);
+  const std::string y = instead.empty() ? instead : instead.substr(1);
   const HKTplToken t = hkTokenAt(text, f.tokenStart);
   if (HKTplIsVoid(HKTplLower(y)) && !f.open.empty() && f.open.front().second != kNoPosition) {
     d.marker = f.open.front().second;
@@ -242,6 +243,31 @@ void hkClosingDiagnosis(const std::string& text, const HKTplFailure& f, HKTplDia
 }
 
 bool hkInside(const HKTplFailure& f, const char* name) { return hkOpenStart(f, name) != kNoPosition; }
+
+// A start tag whose attribute could not be taken (an attribute kept as a number).
+void hkAttributeValueDiagnosis(const std::string& text, std::size_t at, HKTplDiagnosis& d) {
+  const HKTplToken tag = hkTokenAt(text, at);
+  if (tag.kind != HKTplKind::StartTag) return;
+  const std::string lower = HKTplLower(tag.name);
+  for (const HKTplAttribute& a : tag.attributes) {
+    if (HKTplKeepsNumber(lower, HKTplLower(a.name)) && !HKTplIsNumber(a.value)) {
+      d.marker = a.begin;
+      hkHint(
+          d, "attribute-number",
+          "<" + lower + "> keeps " + a.name + " as a number: write a number (value=\"0.5\") or leave it out");
+      HKTplFixStats ignored;
+      hkRepair(d, tag.begin, tag.end, HKTplWriteStartTag(tag, tag.selfClosing, false, ignored));
+      return;
+    }
+  }
+}
+
+// The failure is at the end tag of the script or style element itself
+// ("</style >", "</STYLE>"), which is judged as any end tag.
+bool hkAtOwnEndTag(const std::string& text, const HKTplFailure& f, const char* element) {
+  const HKTplToken t = hkTokenAt(text, f.tokenStart);
+  return t.kind == HKTplKind::EndTag && HKTplLower(t.name) == element;
+}
 
 }  // namespace
 
@@ -285,9 +311,10 @@ HKTplDiagnosis HKTplDiagnose(const std::string& text, const HKTplFailure& f) {
     hkHint(d, "empty", "the file is empty or cannot be read");
   } else if (m.find("nested deeper") != std::string::npos) {
     hkHint(d, "nesting", "elements are nested too deep: end tags (</p>, </li>, </td>) are probably left out");
-  } else if (hkInside(f, "script")) {
+  } else if (hkInside(f, "script") && !hkAtOwnEndTag(text, f, "script")) {
     hkScriptDiagnosis(text, f, d);
-  } else if (hkInside(f, "style") || f.grammar == "css" || f.grammar == "cssRule") {
+  } else if ((hkInside(f, "style") || f.grammar == "css" || f.grammar == "cssRule") &&
+             !hkAtOwnEndTag(text, f, "style")) {
     hkStyleDiagnosis(text, f, d);
   } else if (hkStartsWith(m, "wrong closing tag")) {
     hkClosingDiagnosis(text, f, d);
@@ -305,6 +332,8 @@ HKTplDiagnosis HKTplDiagnose(const std::string& text, const HKTplFailure& f) {
     hkRepair(d, tag.begin, tag.end, HKTplWriteStartTag(tag, tag.selfClosing, false, ignored));
   } else if (hkStartsWith(m, "reading error")) {
     hkReadingErrorDiagnosis(text, f.tokenStart, d);
+  } else if (hkStartsWith(m, "element type 'xmlelement'")) {
+    hkAttributeValueDiagnosis(text, f.tokenStart, d);
   }
   if (d.hints.empty()) hkHint(d, "unknown", "no hint known for this message; the reader stops at the marker");
   return d;

@@ -1,6 +1,7 @@
 #include "hktemplatefixer.h"
 
 #include <cctype>
+#include <cstdlib>
 #include <set>
 #include <vector>
 
@@ -291,6 +292,17 @@ void HKFixer::_raw(const HKTplToken& t) {
 
 bool HKTplIsVoid(const std::string& lowerName) { return kVoid.count(lowerName) > 0; }
 
+bool HKTplKeepsNumber(const std::string& lowerTag, const std::string& lowerAttribute) {
+  return lowerTag == "progress" && (lowerAttribute == "value" || lowerAttribute == "max");
+}
+
+bool HKTplIsNumber(const std::string& value) {
+  const char* begin = value.c_str();
+  char* end = nullptr;
+  std::strtod(begin, &end);
+  return end != begin;
+}
+
 bool HKTplIsReaderName(const std::string& name) {
   if (name.empty()) return false;
   if (std::isalpha(static_cast<unsigned char>(name[0])) == 0 && name[0] != '_') return false;
@@ -323,6 +335,10 @@ std::string HKTplWriteStartTag(const HKTplToken& tag, bool selfClose, bool keepC
       continue;
     }
     std::string value = a.value;
+    if (HKTplKeepsNumber(HKTplLower(tag.name), HKTplLower(name)) && !HKTplIsNumber(value)) {
+      stats.Count("attributes that must be numbers left out");
+      continue;
+    }
     if (HKTplLower(name) == "style") {
       int dropped = 0;
       value = HKTplNormalizeStyleAttribute(value, dropped);

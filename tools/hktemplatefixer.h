@@ -8,7 +8,8 @@
 // around "=", attribute names with ":" renamed or left out, a "<" in text
 // written "&lt;", script text enclosed in a comment, style sheets compacted
 // (HKTplCompactCss), style attributes reduced to what the reader takes, and
-// a page without <html> enclosed in one. Its output is stable: fixing a fixed
+// non-numeric values of numeric attributes left out, and a page without
+// <html> enclosed in one. Its output is stable: fixing a fixed
 // page gives the same text.
 //
 // Tag-level pieces are public so that the checker can repair one place at a
@@ -56,6 +57,11 @@ std::string HKTplEscapeText(const std::string& text);
 
 // True for the tags written as void ("<br/>").
 bool HKTplIsVoid(const std::string& lowerName);
+// True for the attributes an element keeps as numbers (value and max of
+// <progress>): a value that is no number ends reading.
+bool HKTplKeepsNumber(const std::string& lowerTag, const std::string& lowerAttribute);
+// True when `value` begins with a number: "0.5" and "2px" yes, "" and "x" no.
+bool HKTplIsNumber(const std::string& value);
 // True when the reader can take `name` as a tag or attribute name: a letter
 // or "_", then letters, digits, "-" and "_".
 bool HKTplIsReaderName(const std::string& name);

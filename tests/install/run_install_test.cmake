@@ -27,6 +27,8 @@ foreach(f include/toviktwo/toviktwo.h include/toviktwo/foundation/hkexception.h)
     message(FATAL_ERROR "${f} was not installed")
   endif()
 endforeach()
+# The template tool is installed beside the library and finds it from there.
+run(${PREFIX}/bin/toviktwo-template --help)
 run(objdump -p ${soname})
 if(NOT LAST_OUTPUT MATCHES "SONAME +libtoviktwo_dll_ssl\\.so\\.1")
   message(FATAL_ERROR "wrong SONAME:\n${LAST_OUTPUT}")

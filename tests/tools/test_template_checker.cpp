@@ -182,6 +182,20 @@ TEST(TemplateChecker, StyleAttributeWithColonInValue) {
   EXPECT_EQ(r.problems[0].place.column, 23u);
 }
 
+TEST(TemplateChecker, ProgressValueThatIsNoNumber) {
+  const HKTplCheckResult r =
+      HKTplCheckText("<html><body><progress max=\"1\" value=\"half\"></progress></body></html>");
+  ASSERT_EQ(r.problems.size(), 1u);
+  EXPECT_EQ(r.problems[0].message, "element type 'xmlelement' not defined in DTD around line 1");
+  EXPECT_EQ(HintIds(r), Ids{"attribute-number"});
+  EXPECT_EQ(r.problems[0].place.column, 31u);
+}
+
+TEST(TemplateChecker, EndTagOfAStyleSheetIsJudgedAsAnEndTag) {
+  EXPECT_EQ(FirstHints("<html><head><style>p{color:red}</style ></head></html>"), Ids{"end-tag-blank"});
+  EXPECT_EQ(FirstHints("<html><head><style>p{color:red}</STYLE></head></html>"), Ids{"tag-case"});
+}
+
 TEST(TemplateChecker, EmptyText) {
   const HKTplCheckResult r = HKTplCheckText("");
   ASSERT_EQ(r.problems.size(), 1u);

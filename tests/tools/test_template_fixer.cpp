@@ -108,6 +108,12 @@ TEST(TemplateFixer, ReducesStyleAttributesToWhatTheReaderTakes) {
   EXPECT_TRUE(Reads(fixed));
 }
 
+TEST(TemplateFixer, LeavesOutProgressValuesThatAreNoNumbers) {
+  const std::string fixed = Fixed("<html><progress value=\"half\" max=\"1\"></progress></html>");
+  EXPECT_EQ(fixed, "<html><progress max=\"1\"></progress></html>");
+  EXPECT_TRUE(Reads(fixed));
+}
+
 TEST(TemplateFixer, EscapesLessThanInTextAndWritesCdataAsText) {
   EXPECT_EQ(Fixed("<html>a < b<![CDATA[c<d]]></html>"), "<html>a &lt; bc&lt;d</html>");
 }
