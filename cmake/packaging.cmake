@@ -1,6 +1,7 @@
 # Debian packages of the library, built by `make package` with CPack:
 #   libtoviktwo-dll-ssl1     the runtime: libtoviktwo_dll_ssl.so.1 and the file it names
-#   libtoviktwo-dll-ssl-dev  headers, the .so link, toviktwo.pc and the CMake package
+#   libtoviktwo-dll-ssl-dev  headers, the .so link, toviktwo.pc, the CMake package and
+#                            the template tool toviktwo-template
 # The names follow Debian's rule for libraries: the SONAME with "_" turned into
 # "-" and the major version appended for the runtime, "-dev" for the headers.
 # tests/install/run_package_test.cmake checks both packages.

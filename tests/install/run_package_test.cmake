@@ -53,7 +53,7 @@ expect("${LAST_OUTPUT}" "Depends: [^\n]*libtoviktwo-dll-ssl1 \\(= " "dev depends
 expect("${LAST_OUTPUT}" "Depends: [^\n]*libssl-dev" "dev depends on the OpenSSL headers")
 run(dpkg-deb -c ${dev_deb})
 set(dev_files "${LAST_OUTPUT}")
-foreach(f include/toviktwo/toviktwo.h include/toviktwo/foundation/hkexception.h
+foreach(f include/toviktwo/toviktwo.h include/toviktwo/foundation/hkexception.h bin/toviktwo-template
           lib/pkgconfig/toviktwo.pc lib/cmake/toviktwo/toviktwoConfig.cmake)
   expect("${dev_files}" "\\./usr/${f}\n" "dev holds ${f}")
 endforeach()
