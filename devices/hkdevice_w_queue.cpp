@@ -96,17 +96,7 @@ bool HKDevice_w_queue::_ckeck_sender(HKDevice_w_queue* d) {
 
 void HKDevice_w_queue::SetMessage(HKMessage* m, HKDevice_w_queue* sender) {
   std::unique_ptr<HKMessage> owned(m);
-  std::unique_lock<std::recursive_mutex> device(_device_mutex, std::defer_lock);
-  std::unique_lock<HKBoxMutex> box(_inbox_mutex, std::defer_lock);
-  std::lock(device, box);
-  if (owned && _ckeck_sender(sender)) {
-    auto container = std::make_unique<HKMessageContainer>(nullptr, sender);
-    container->Messages().push_back(owned.release());
-    _inbox.push_back(container.get());
-    container.release();
-  }
-  owned.reset();
-  _process_in_and_out();
+  SetMessages(owned ? new HKMessageContainer(owned.release(), sender) : nullptr, sender);
 }
 
 void HKDevice_w_queue::SetMessages(HKMessageContainer* c, HKDevice_w_queue* sender) {
@@ -125,18 +115,7 @@ void HKDevice_w_queue::SetMessages(HKMessageContainer* c, HKDevice_w_queue* send
 
 void HKDevice_w_queue::SendMessage(HKMessage* m, HKDevice_w_queue* destination) {
   std::unique_ptr<HKMessage> owned(m);
-  std::unique_lock<std::recursive_mutex> device(_device_mutex, std::defer_lock);
-  std::unique_lock<HKBoxMutex> box(_outbox_mutex, std::defer_lock);
-  std::lock(device, box);
-  if (owned && _ckeck_sender(destination)) {
-    auto container = std::make_unique<HKMessageContainer>(nullptr, this);
-    container->SetDestination(destination);
-    container->Messages().push_back(owned.release());
-    _outbox.push_back(container.get());
-    container.release();
-  }
-  owned.reset();
-  _process_in_and_out();
+  SendMessages(owned ? new HKMessageContainer(owned.release(), this) : nullptr, destination);
 }
 
 void HKDevice_w_queue::SendMessages(HKMessageContainer* c, HKDevice_w_queue* destination) {
