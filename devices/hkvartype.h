@@ -67,7 +67,7 @@ static_assert(sizeof(short) == 2 && sizeof(int) == 4 && sizeof(long) == 8,
               "the variable types assume 16-, 32- and 64-bit short, int and long");
 
 // The element and stored type of a type number that has a variable class:
-// HKVarTypeOf<HK_INT32_ARRAY>::element is int, ::stored std::vector<int>.
+// For HK_INT32_ARRAY the element type is int and the stored type std::vector<int>.
 template <HKVarType VT>
 struct HKVarTypeOf;
 #define HK_VARTYPE_SCALAR_TRAIT(vt, T) \
