@@ -13,7 +13,7 @@ constexpr double kSinSinPeriod = 10.0;
 
 }  // namespace
 
-HKFunctionPlotXY::HKFunctionPlotXY(HKAxis* xAxis, HKAxis* yAxis) : _xAxis(xAxis), _yAxis(yAxis) {}
+HKFunctionPlotXY::HKFunctionPlotXY(HKAxis* xAxis, HKAxis* yAxis) : HKPointCollection(xAxis, yAxis) {}
 
 HKAxis* HKFunctionPlotXY::GetXAxis() { return _xAxis; }
 

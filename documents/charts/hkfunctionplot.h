@@ -26,9 +26,6 @@ class HKFunctionPlotXY : public HKPointCollection {
  protected:
   // Whether this call of FixedAxis may answer.
   static bool _answers(int position, int pass);
-
-  HKAxis* _xAxis;
-  HKAxis* _yAxis;
 };
 
 class HKFunctionPlot_XX : public HKFunctionPlotXY {

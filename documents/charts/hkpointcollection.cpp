@@ -1,5 +1,7 @@
 #include <toviktwo/documents/charts/hkpointcollection.h>
 
+HKPointCollection::HKPointCollection(HKAxis* xAxis, HKAxis* yAxis) : _xAxis(xAxis), _yAxis(yAxis) {}
+
 HKPointCollection::~HKPointCollection() = default;
 
 HKAxis* HKPointCollection::GetXAxis() { return nullptr; }

@@ -1,7 +1,8 @@
 // HKPointCollection: a dataset of a chart.
 //
-// A dataset draws itself through HKSVGChild, names the axes it is drawn
-// against (GetXAxis, GetYAxis; null here) and may supply value ranges to the
+// A dataset draws itself through HKSVGChild, holds the axes it is drawn
+// against and names them through GetXAxis and GetYAxis (null here, so a
+// subclass decides what the chart sees) and may supply value ranges to the
 // chart's recalculation through FixedAxis. It takes application results
 // through SetResult in the ten element types of HK_IFRAME_RESULT_TYPES; all
 // do nothing here. The chart does not own its datasets: they must outlive
@@ -16,6 +17,9 @@
 
 class HKPointCollection : public HKSVGChild {
  public:
+  HKPointCollection() = default;
+  // Keeps the axes for subclasses; the getters here still answer null.
+  HKPointCollection(HKAxis* xAxis, HKAxis* yAxis);
   int SVGChild(HKSize& size, HKSVG_BaseElement2& parent, int pass) override = 0;
   ~HKPointCollection() override;
   // The axis of the x values; null here.
@@ -30,4 +34,8 @@ class HKPointCollection : public HKSVGChild {
   // Takes application results; does nothing here.
   HK_IFRAME_RESULT_TYPES(HK_POINTS_DECLARE_SETRESULT)
 #undef HK_POINTS_DECLARE_SETRESULT
+
+ protected:
+  HKAxis* _xAxis = nullptr;
+  HKAxis* _yAxis = nullptr;
 };

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-HKPointSeriesXY::HKPointSeriesXY(HKAxis* xAxis, HKAxis* yAxis) : _xAxis(xAxis), _yAxis(yAxis) {}
+HKPointSeriesXY::HKPointSeriesXY(HKAxis* xAxis, HKAxis* yAxis) : HKPointCollection(xAxis, yAxis) {}
 
 HKAxis* HKPointSeriesXY::GetXAxis() { return _xAxis; }
 

@@ -32,8 +32,6 @@ class HKPointSeriesXY : public HKPointCollection {
   void SetStroke(const std::string& colour, double width);
 
  private:
-  HKAxis* _xAxis;
-  HKAxis* _yAxis;
   std::vector<HKPointXY> _points;
   std::string _stroke = "blue";
   double _strokeWidth = 2.0;

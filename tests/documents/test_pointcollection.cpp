@@ -9,6 +9,9 @@ namespace {
 
 class BareDataset : public HKPointCollection {
  public:
+  BareDataset() = default;
+  BareDataset(HKAxis* x, HKAxis* y) : HKPointCollection(x, y) {}
+  HKAxis* HeldX() const { return _xAxis; }
   int SVGChild(HKSize&, HKSVG_BaseElement2&, int) override { return 1; }
 };
 
@@ -24,6 +27,14 @@ TEST(PointCollection, HasNoAxesAndSuppliesNoRange) {
   range.Set(1, 2);
   EXPECT_FALSE(data.FixedAxis(HK_AXIS_LEFT, &range, 0));
   EXPECT_TRUE(range.empty);
+}
+
+TEST(PointCollection, HoldsItsAxesButNamesNoneToTheChart) {
+  HKAxis x(HK_AXIS_BOTTOM), y(HK_AXIS_LEFT);
+  BareDataset data(&x, &y);
+  EXPECT_EQ(data.HeldX(), &x);
+  EXPECT_EQ(data.GetXAxis(), nullptr);
+  EXPECT_EQ(data.GetYAxis(), nullptr);
 }
 
 TEST(PointCollection, SetResultOfEveryTypeIsAccepted) {
