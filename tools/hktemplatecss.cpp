@@ -115,6 +115,40 @@ struct HKCssContext {
   bool collecting = true;  // first pass: collect custom properties, count nothing
 };
 
+// False when a quote in `s` is not closed: such a declaration is broken, and
+// writing it out would swallow what follows it.
+bool hkQuotesClosed(const std::string& s) {
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (s[i] != '"' && s[i] != '\'') continue;
+    i = hkStringEnd(s, i);
+    if (i >= s.size()) return false;
+  }
+  return true;
+}
+
+// True when parentheses and brackets in `s` (outside strings) pair up.
+bool hkBracketsPaired(const std::string& s) {
+  int depth = 0;
+  for (std::size_t i = 0; i < s.size() && depth >= 0; ++i) {
+    if (s[i] == '"' || s[i] == '\'') {
+      i = hkStringEnd(s, i);
+    } else if (s[i] == '(' || s[i] == '[') {
+      ++depth;
+    } else if (s[i] == ')' || s[i] == ']') {
+      --depth;
+    }
+  }
+  return depth == 0;
+}
+
+// A property name: letters, digits, "-" and "_" ("--x" and "-webkit-x" too).
+bool hkIsPropertyName(const std::string& s) {
+  for (char c : s) {
+    if (std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '-' && c != '_') return false;
+  }
+  return !s.empty();
+}
+
 // Replaces var(--x[, fallback]) by the value of --x; false if one stays unknown.
 bool hkResolveVars(std::string& value, const HKCssContext& ctx) {
   for (int round = 0; round < kMaxVarRounds; ++round) {
@@ -146,8 +180,8 @@ void hkDeclaration(const std::string& piece, HKCssContext& ctx, std::string& out
   if (colon == std::string::npos) return;
   const std::string name = hkTrim(piece.substr(0, colon));
   std::string value = hkCollapse(piece.substr(colon + 1));
-  if (name.empty() || value.empty()) return;
-  if (name.compare(0, 2, "--") == 0) {
+  if (name.empty() || value.empty() || !hkQuotesClosed(value) || !hkBracketsPaired(value)) return;
+  if (name.compare(0, 2, "--") == 0 && hkIsPropertyName(name)) {
     if (ctx.collecting) ctx.vars[name] = value;
     if (!ctx.collecting) ++f.customProperties;
     return;
@@ -157,6 +191,7 @@ void hkDeclaration(const std::string& piece, HKCssContext& ctx, std::string& out
     ++f.prefixedProperties;
     return;
   }
+  if (!hkIsPropertyName(name)) return;
   if (!hkResolveVars(value, ctx)) {
     ++f.unresolvedVars;
     return;

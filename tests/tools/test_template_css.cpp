@@ -61,3 +61,15 @@ TEST(TemplateCss, StyleAttributeKeepsOnlyPairsWithOneColon) {
             "color:red;width:1px");
   EXPECT_EQ(dropped, 1);
 }
+
+TEST(TemplateCss, DropsDeclarationsWithAnOpenQuoteOrBracketSoThatCompactingAgainChangesNothing) {
+  for (const std::string css : {"p{content:'x}", "p{a:b(c;d:e}", "p{x y:1;color:red}"}) {
+    HKTplCssFindings f;
+    const std::string once = HKTplCompactCss(css, f);
+    HKTplCssFindings again;
+    EXPECT_EQ(HKTplCompactCss(once, again), once) << css;
+  }
+  HKTplCssFindings f;
+  EXPECT_EQ(HKTplCompactCss("p{a:b(c;d:e}", f), "p{}");
+  EXPECT_EQ(HKTplCompactCss("p{x y:1;color:red}", f), "p{color:red;}");
+}
