@@ -35,9 +35,10 @@ void setNonBlocking(int fd) {
   if (flags >= 0) fcntl(fd, F_SETFL, flags | O_NONBLOCK);
 }
 
-void setSocketTimeouts(int fd, int seconds) {
+void setSocketTimeouts(int fd, long ms) {
   timeval tv{};
-  tv.tv_sec = seconds;
+  tv.tv_sec = ms / 1000;
+  tv.tv_usec = (ms % 1000) * 1000;
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
   setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof tv);
 }
@@ -437,8 +438,9 @@ HKTransceiverServerL1_SSLAddon::HKTransceiverServerL1_SSLAddon(HKXServerHeader& 
   if (_ssl_initialized.fetch_add(1) == 0) initialiseTLSLibrary();
   _caCertificate = header.getOption("cacertificate", "");
   _privateKey = header.getOption("privatekey", "");
-  _handshakeTimeoutS = static_cast<int>(to_unumber(
-      header.getOption("tls_handshake_timeout", std::to_string(kHandshakeTimeoutS)), kHandshakeTimeoutS));
+  _handshakeTimeoutMs = static_cast<long>(
+      to_unumber(header.getOption("tls_handshake_timeout_ms", std::to_string(kHandshakeTimeoutMs)),
+                 kHandshakeTimeoutMs));
   const char* failure = nullptr;
   if (_caCertificate.empty() || _privateKey.empty()) {
     failure = "can't find ca certificate and/or private key";
@@ -467,7 +469,7 @@ std::shared_ptr<HKTransceiverConnection> HKTransceiverServerL1_SSLAddon::_create
   const int fd = descriptorOf(*socket);
   // The handshake blocks the accept job: the socket's time-outs bound it, so
   // that a client that sends nothing cannot hold the server.
-  if (_isServer) setSocketTimeouts(fd, _handshakeTimeoutS);
+  if (_isServer) setSocketTimeouts(fd, _handshakeTimeoutMs);
   auto connection = std::make_shared<HKTransceiverConnection_SSLAddon>(
       transceiver, id, hookService, info, HKRemoveConnectionSocket, _ctx, fd, _isServer);
   if (_isServer) {
