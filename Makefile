@@ -40,6 +40,7 @@ bench: deps
 	cmake -S . -B build-bench $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTOVIK_BUILD_BENCH=ON -DTOVIK_BUILD_TESTS=OFF -DTOVIK_BUILD_EXAMPLES=OFF
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b; done
+	@bash bench/http_load.sh build-bench
 
 # Fuzz targets (clang, libFuzzer). FUZZ_SECONDS bounds each target's run.
 FUZZ_SECONDS ?= 60

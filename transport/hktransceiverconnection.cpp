@@ -13,6 +13,7 @@
 #include <toviktwo/foundation/hkexception.h>
 #include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/transport/hktransceivercore.h>
+#include <toviktwo/transport/hktransportjobs.h>
 #include <toviktwo/transport/hkxheader.h>
 
 namespace {
@@ -65,6 +66,11 @@ HKTransceiverConnection::~HKTransceiverConnection() {
   std::scoped_lock locks(_job_mutex, _input_mutex, _output_mutex);
   for (HKStringBuf* b : _output) delete b;
   _output.clear();
+}
+
+void HKTransceiverConnection::leaveBus() {
+  _exitTasks();
+  std::lock_guard<std::recursive_mutex> wait(_job_mutex);
 }
 
 HKServerCallback_t HKTransceiverConnection::info() {
@@ -470,7 +476,7 @@ std::shared_ptr<HKTransceiverConnection> HKTransceiverServerL1_SSLAddon::_create
   // The handshake blocks the accept job: the socket's time-outs bound it, so
   // that a client that sends nothing cannot hold the server.
   if (_isServer) setSocketTimeouts(fd, _handshakeTimeoutMs);
-  auto connection = std::make_shared<HKTransceiverConnection_SSLAddon>(
+  auto connection = HKMakeTransportJob<HKTransceiverConnection_SSLAddon>(
       transceiver, id, hookService, info, HKRemoveConnectionSocket, _ctx, fd, _isServer);
   if (_isServer) {
     setSocketTimeouts(fd, 0);

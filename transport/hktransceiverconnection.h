@@ -93,6 +93,10 @@ class HKTransceiverConnection : public HKJobWithTimeout {
   // Moves every readable input byte into `dest`; returns the count.
   virtual unsigned long getBytesIn(HKStringBuf& dest);
 
+  // Leaves every task and waits for a bus delivery in progress; called
+  // before the last release (see HKMakeTransportJob).
+  void leaveBus();
+
   // ---- limits (additions beside the message layer)
   // Kept until the connection dies; the server's count of open connections.
   void holdSlot(std::shared_ptr<void> slot) { _slot = std::move(slot); }

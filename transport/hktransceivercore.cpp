@@ -12,6 +12,7 @@
 #include <toviktwo/transport/hktransceiverclient.h>
 #include <toviktwo/transport/hktransceiverconnection.h>
 #include <toviktwo/transport/hktransceiverserver.h>
+#include <toviktwo/transport/hktransportjobs.h>
 #include <toviktwo/transport/hkxheader.h>
 
 namespace {
@@ -83,9 +84,15 @@ HKTransceiver::~HKTransceiver() {
 
 std::shared_ptr<HKTransceiverClient> HKTransceiver::connect(std::shared_ptr<HKTransceiverClient> client) {
   if (!client) return nullptr;
+  {
+    std::lock_guard<std::recursive_mutex> g(_main_mutex);
+    if (_clients.count(client->getID()) != 0) return nullptr;
+  }
+  // Outside the main lock: the client's lock is taken before it elsewhere
+  // (its send and receive call in here).
+  client->connect(*this);
   std::lock_guard<std::recursive_mutex> g(_main_mutex);
   if (_clients.count(client->getID()) != 0) return nullptr;
-  client->connect(*this);
   _clients[client->getID()] = std::make_shared<HKTransceiverClientRecord>(client);
   return client;
 }
@@ -240,17 +247,17 @@ std::string HKTransceiver::receive(HKTransceiverClient& client, std::shared_ptr<
   std::shared_ptr<HKTransceiverServerL0Socket> server;
   const std::string clientId = client.getID();
   if (protocol == HK_PROTO_HTTP)
-    server = std::make_shared<HKTransceiverServerL1HTTP>(_scheduler, *header, *this, clientId, id, _jobID,
-                                                         callback, "HTTP");
+    server = HKMakeTransportJob<HKTransceiverServerL1HTTP>(_scheduler, *header, *this, clientId, id, _jobID,
+                                                           callback, "HTTP");
   else if (protocol == HK_PROTO_HTTPS)
-    server = std::make_shared<HKTransceiverServerL1HTTPS>(_scheduler, *header, *this, clientId, id, _jobID,
-                                                          callback, "HTTPS");
+    server = HKMakeTransportJob<HKTransceiverServerL1HTTPS>(_scheduler, *header, *this, clientId, id, _jobID,
+                                                            callback, "HTTPS");
   else if (protocol == HK_PROTO_SOCKET)
-    server = std::make_shared<HKTransceiverServerL1DirectSocket>(_scheduler, *header, *this, clientId, id,
-                                                                 _jobID, callback, "DirectSocket");
+    server = HKMakeTransportJob<HKTransceiverServerL1DirectSocket>(_scheduler, *header, *this, clientId, id,
+                                                                   _jobID, callback, "DirectSocket");
   else
-    server = std::make_shared<HKTransceiverServerL1TOVIK>(_scheduler, *header, *this, clientId, id, _jobID,
-                                                          callback, "TOVIK");
+    server = HKMakeTransportJob<HKTransceiverServerL1TOVIK>(_scheduler, *header, *this, clientId, id, _jobID,
+                                                            callback, "TOVIK");
   header->setTransceiverServer(server);
   record->second->_servers[id] = header;
   _servers[server->getID()] = server;

@@ -39,7 +39,21 @@ HKTransceiverServer::HKTransceiverServer(HKGavetaScheduler2& scheduler, const st
   createCombinedTask("server_" + clientId);
 }
 
-HKTransceiverServer::~HKTransceiverServer() { _stopBufferJob(); }
+HKTransceiverServer::~HKTransceiverServer() {
+  _leaveBus();
+  _stopBufferJob();
+}
+
+void HKTransceiverServer::leaveBus() {
+  _leaveBus();
+  _stopBufferJob();
+}
+
+void HKTransceiverServer::_leaveBus() {
+  _exitTasks();
+  // A delivery in progress holds the job lock: wait for it to end.
+  std::lock_guard<std::recursive_mutex> wait(_job_mutex);
+}
 
 bool HKTransceiverServer::Timeout() {
   if (_serverSide) return false;
@@ -200,7 +214,10 @@ HKTransceiverServerL0Socket::HKTransceiverServerL0Socket(
 
 HKTransceiverServerL0Socket::~HKTransceiverServerL0Socket() { _shutdownJobs(); }
 
+void HKTransceiverServerL0Socket::leaveBus() { _shutdownJobs(); }
+
 void HKTransceiverServerL0Socket::_shutdownJobs() {
+  _leaveBus();
   stop();
   HKReapLoopJob(_scheduler, _acceptJobId);
   _acceptJobId = 0;
@@ -316,8 +333,8 @@ void HKTransceiverServerL0Socket::_acceptOne(HKSocketIPvx& listener, std::shared
 std::shared_ptr<HKTransceiverConnection> HKTransceiverServerL0Socket::_createConnection(
     HKTransceiver& transceiver, const std::string& id, HKServerCallback_t& info,
     std::shared_ptr<HKSocketIPvx>&) {
-  return std::make_shared<HKTransceiverConnection>(transceiver, id, _hookService, info,
-                                                   HKRemoveConnectionSocket);
+  return HKMakeTransportJob<HKTransceiverConnection>(transceiver, id, _hookService, info,
+                                                     HKRemoveConnectionSocket);
 }
 
 // ---------------------------------------------------------------- TOVIK, HTTPS

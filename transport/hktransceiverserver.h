@@ -76,6 +76,9 @@ class HKTransceiverServer : public HKJobWithTimeout {
   bool writeBuffer(HKXHeader& header);
   bool joinTask(const std::string& name) override;
   std::string getLastJoinedTask() override;
+  // Leaves the bus and ends the server's jobs; called before the last
+  // release (see HKMakeTransportJob) and by the destructors.
+  virtual void leaveBus();
 
   const std::string& getAssotiatedHookService() const { return _hookService; }
   const std::string& serverIdentifier() const { return _serverId; }
@@ -90,6 +93,9 @@ class HKTransceiverServer : public HKJobWithTimeout {
   // Called by the buffer job after each wait; for time limits of subclasses.
   virtual void _idleRound() {}
   void _stopBufferJob();
+  // Leaves every task, so that the bus delivers nothing more, and waits for
+  // a delivery in progress. Destructors call it first.
+  void _leaveBus();
   // Calls the callback; an exception from it is dropped.
   void _report(HKServerCallback_t& record);
   HKTransceiver* transceiver() const { return _transceiver.load(); }
@@ -146,6 +152,7 @@ class HKTransceiverServerL0Socket : public HKTransceiverServerL0 {
   // Opens the listener (server side); the outgoing connection arrives with
   // the URL hook service and answers false here.
   bool initService() override;
+  void leaveBus() override;
   // Clears running: the accept job ends within one poll round.
   void stop() override;
   // A plain connection whose assign is `id`.

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
 
@@ -17,3 +19,15 @@ uint64_t HKInjectLoopJob(HKGavetaScheduler2& scheduler, const std::string& name,
 // Waits (20 ms polls) for a job whose loop was told to end and drops its
 // result. Job number 0 does nothing.
 void HKReapLoopJob(HKGavetaScheduler2& scheduler, uint64_t id);
+
+// A shared job of the transport (connection or server) whose last release
+// first calls its leaveBus(): it leaves the bus and ends its own jobs while
+// the object is whole, so that no bus delivery or job runs into a
+// destructor.
+template <class T, class... Args>
+std::shared_ptr<T> HKMakeTransportJob(Args&&... args) {
+  return std::shared_ptr<T>(new T(std::forward<Args>(args)...), [](T* p) {
+    p->leaveBus();
+    delete p;
+  });
+}
