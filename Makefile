@@ -5,7 +5,7 @@ BUILD      ?= build
 CMAKE_GEN  := -G Ninja
 CTEST_ARGS ?= --output-on-failure -j $(JOBS) --timeout 300
 
-.PHONY: all deps configure build test demo sanitize asan tsan bench fuzz format clean package docs
+.PHONY: all deps configure build test demo sanitize asan tsan bench soak fuzz format clean package docs
 
 all: build
 
@@ -40,6 +40,13 @@ bench: deps
 	cmake -S . -B build-bench $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTOVIK_BUILD_BENCH=ON -DTOVIK_BUILD_TESTS=OFF -DTOVIK_BUILD_EXAMPLES=OFF
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b; done
+	@bash bench/http_load.sh build-bench
+
+# Five minutes of mixed load on the transport; not part of CI.
+soak: deps
+	cmake -S . -B build-bench $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTOVIK_BUILD_BENCH=ON -DTOVIK_BUILD_TESTS=OFF -DTOVIK_BUILD_EXAMPLES=OFF
+	cmake --build build-bench -j $(JOBS) --target http_bench_server
+	@bash bench/soak.sh build-bench
 
 # Fuzz targets (clang, libFuzzer). FUZZ_SECONDS bounds each target's run.
 FUZZ_SECONDS ?= 60

@@ -12,6 +12,7 @@ packages=(
   clang libclang-rt-dev
   libxml2-dev libpugixml-dev
   chromium zlib1g-dev
+  curl openssl nginx-light wrk
 )
 
 if [ $# -gt 0 ]; then
