@@ -1,11 +1,26 @@
 #include <toviktwo/application/hktovikapplication2.h>
 
+#include <cstdio>
+#include <iostream>
+
 #include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkmappedvalue.h>
+
+namespace {
+
+// The type under which a document is opened in the browser.
+constexpr const char* kBrowserDocumentType = "text/html";
+
+}  // namespace
 
 HKTovikApplication2::HKTovikApplication2(HKPersistentAppStorage& storage,
                                          std::vector<HKTovikInterfaceProps> interfaces,
                                          std::map<std::string, std::string> params)
-    : _storage(storage), _interfaces(std::move(interfaces)), _params(std::move(params)), _idgen("id") {}
+    : _intention(_scheduler),
+      _storage(storage),
+      _interfaces(std::move(interfaces)),
+      _params(std::move(params)),
+      _idgen("id") {}
 
 HKTovikApplication2::~HKTovikApplication2() {
   // Contexts die before the transport and the scheduler do.
@@ -21,8 +36,8 @@ void HKTovikApplication2::Init() {}
 
 void HKTovikApplication2::Run() {
   if (_interfaces.empty()) return;
-  throw HKException("listening interfaces can't be opened: the transport is not part of this build",
-                    __LINE__, "src");
+  throw HKException("listening interfaces can't be opened: the transport is not part of this build", __LINE__,
+                    "src");
 }
 
 void HKTovikApplication2::Stop() {}
@@ -49,4 +64,45 @@ bool HKTovikApplication2::checkContext(const std::string& id) {
 
 HKGavetaScheduler2& HKTovikApplication2::getScheduler() { return _scheduler; }
 
-std::map<std::string, std::string> HKTovikApplication2::getParams() { return _params; }
+std::map<std::string, std::string> HKTovikApplication2::getParams() {
+  std::lock_guard<std::mutex> g(_params_lock);
+  return _params;
+}
+
+// ---- listening interfaces and browser launch
+
+void HKTovikApplication2::AppStart(std::string address, int port, const std::string& scheme) {
+  if (address.empty() && port == 0 && !_interfaces.empty()) {
+    address = _interfaces.front().address;
+    port = static_cast<int>(_interfaces.front().port);
+  }
+  char number[32];
+  std::snprintf(number, sizeof number, "%d", port);
+  const std::string url = scheme + "://" + address + ":" + number;
+  if (!_intention.RunApplication(url, kBrowserDocumentType)) _pleaseOpen(url);
+}
+
+bool HKTovikApplication2::_listeningReport(HKServerCallback_t& report) {
+  if (report.kind != HK_SERVER_LISTENING) return true;
+  const std::string address = HKGetMappedValue(report.map, "address", "");
+  const std::string port = HKGetMappedValue(report.map, "port", "");
+  const std::string protocol = HKGetMappedValue(report.map, "protocolstring", "");
+  std::string commandUrl, noPopup;
+  {
+    std::lock_guard<std::mutex> g(_params_lock);
+    commandUrl = HKGetMappedValue(_params, "_app_context_commandurl", "");
+    if (protocol == "http" || protocol == "https") {
+      _params["tcp_port_" + protocol] = port;
+      _params["tcp_address_" + protocol] = address;
+    }
+    noPopup = HKGetMappedValue(_params, "no_browser_popup", "");
+  }
+  if (!noPopup.empty() || protocol != "http" || address.empty() || port.empty()) return true;
+  const std::string url = protocol + "://" + address + ":" + port + (commandUrl.empty() ? "/" : commandUrl);
+  if (!_intention.RunApplication(url, kBrowserDocumentType)) _pleaseOpen(url);
+  return true;
+}
+
+void HKTovikApplication2::_pleaseOpen(const std::string& url) {
+  std::cout << "\nplease, open document at " << url << "\n\n" << std::flush;
+}

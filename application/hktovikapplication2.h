@@ -7,9 +7,12 @@
 // scheduler, whose destruction stops every job.
 //
 // Still to come with later subsystems (their slots are marked below):
-// the browser launcher (`HKIntention`) and the transceiver as members, and
-// the operations `AppStart`, `invokeContext`, `isPreloadContent`,
-// `preloadContent`, `getTransceiver`, and the opening of interfaces in `Run`.
+// the transceiver as a member, and the operations `invokeContext`,
+// `isPreloadContent`, `preloadContent`, `getTransceiver`, and the opening of
+// interfaces in `Run`.
+//
+// The params are read and written under their own lock: the listening
+// report writes them from a server's job while the application runs.
 #pragma once
 
 #include <map>
@@ -19,9 +22,11 @@
 
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hkhtmlkontextn.h>
+#include <toviktwo/application/hkintention.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
 #include <toviktwo/scheduler/hkjidgenerator.h>
+#include <toviktwo/transport/hkservercallback.h>
 
 class HKTovikApplication2 {
  public:
@@ -48,22 +53,38 @@ class HKTovikApplication2 {
   // An identity with the caller's prefix from the application's generator.
   virtual std::string newID(const std::string& suggestion);
   virtual HKPersistentAppStorage& GetAppstorage();
-  // (AppStart: arrives with the listening interfaces)
+  // Opens "scheme://address:port" (port as "%d") in the user's browser; an
+  // empty address with port 0 takes both from the first interface (with no
+  // interface the URL is "scheme://:0"). Should the launch be refused it
+  // prints "please, open document at " and the URL.
+  virtual void AppStart(std::string address, int port, const std::string& scheme);
   virtual bool checkContext(const std::string& id);
   // (invokeContext: arrives with the session contexts)
   // (isPreloadContent, preloadContent: arrive with the application storage)
   // (getTransceiver: arrives with the transceiver)
   virtual HKGavetaScheduler2& getScheduler();
   virtual std::map<std::string, std::string> getParams();
+  HKIntention& getIntention() { return _intention; }
 
  protected:
+  // The callback of every interface: a report of kind 4 ("listening") writes
+  // "tcp_port_http"/"tcp_address_http" (or the https pair) into params and,
+  // for http only, unless no_browser_popup is non-empty, opens the command
+  // URL ("/" when empty) in the browser. Always true.
+  // (Passing every report to the transceiver's reportInfo first arrives with
+  // the transceiver.)
+  bool _listeningReport(HKServerCallback_t& report);
+  // A line end, "please, open document at ", the URL and two line ends.
+  static void _pleaseOpen(const std::string& url);
+
   // First member: constructed first, destroyed last.
   HKGavetaScheduler2 _scheduler;
-  // (_intention: HKIntention bound to _scheduler, arrives with the browser launcher)
+  HKIntention _intention;  // bound to _scheduler
   // (_transceiver: HKTransceiver bound to _scheduler, arrives with the transport)
   HKPersistentAppStorage& _storage;
   std::vector<HKTovikInterfaceProps> _interfaces;
-  std::map<std::string, std::string> _params;
+  std::map<std::string, std::string> _params;  // guarded by _params_lock
+  std::mutex _params_lock;
   std::recursive_mutex _context_lock;
   std::map<std::string, HKHTMLKontextN*> _contexts;  // owned at destruction
   HKJIDGenerator _idgen;

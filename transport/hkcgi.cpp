@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkprogrampath.h>
 #include <toviktwo/transport/hkxheader.h>
 
 extern char** environ;
@@ -29,8 +30,6 @@ constexpr const char* kChildArgv0 = "php-cgi";
 constexpr size_t kReadChunk = 65536;
 // Exit code of a child whose program could not be started.
 constexpr int kExecFailedExit = 0;
-// Used when PATH is not set, as the exec family does.
-constexpr const char* kDefaultPath = "/bin:/usr/bin";
 // Longest single sleep while waiting for a child that closed its output.
 constexpr auto kReapPollMax = std::chrono::milliseconds(10);
 
@@ -41,7 +40,7 @@ constexpr auto kReapPollMax = std::chrono::milliseconds(10);
 class HKChildLaunch {
  public:
   HKChildLaunch(const std::string& program, const std::map<std::string, std::string>& env) {
-    _resolve(program);
+    _paths = HKProgramCandidates(program);
     _buildEnvironment(env);
     _argv = {const_cast<char*>(kChildArgv0), nullptr};
     _shArgv = {const_cast<char*>("sh"), nullptr, nullptr};
@@ -72,27 +71,6 @@ class HKChildLaunch {
   }
 
  private:
-  // The places the exec family would try, in its order, keeping those that
-  // exist and are executable.
-  void _resolve(const std::string& program) {
-    if (program.empty()) return;
-    if (program.find('/') != std::string::npos) {
-      _paths.push_back(program);
-      return;
-    }
-    const char* env = std::getenv("PATH");
-    const std::string path = env ? env : kDefaultPath;
-    size_t start = 0;
-    while (start <= path.size()) {
-      size_t end = path.find(':', start);
-      if (end == std::string::npos) end = path.size();
-      const std::string dir = end > start ? path.substr(start, end - start) : ".";
-      const std::string candidate = dir + "/" + program;
-      if (access(candidate.c_str(), X_OK) == 0) _paths.push_back(candidate);
-      start = end + 1;
-    }
-  }
-
   void _buildEnvironment(const std::map<std::string, std::string>& env) {
     for (char** e = environ; e && *e; ++e) {
       const char* eq = std::strchr(*e, '=');
