@@ -35,6 +35,8 @@
 // Network transport
 #include <toviktwo/transport/hktransceiver.h>
 #include <toviktwo/transport/hkcgi.h>
+#include <toviktwo/transport/hkerrormsg404.h>
+#include <toviktwo/transport/hkfileservice.h>
 
 // Application frame
 #include <toviktwo/application/hkforthcoming.h>
