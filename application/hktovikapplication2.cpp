@@ -5,6 +5,7 @@
 
 #include <toviktwo/foundation/hkexception.h>
 #include <toviktwo/foundation/hkmappedvalue.h>
+#include <toviktwo/transport/hkxheader.h>
 
 namespace {
 
@@ -60,6 +61,21 @@ HKPersistentAppStorage& HKTovikApplication2::GetAppstorage() { return _storage; 
 bool HKTovikApplication2::checkContext(const std::string& id) {
   std::lock_guard<std::recursive_mutex> lock(_context_lock);
   return _contexts.find(id) != _contexts.end();
+}
+
+void HKTovikApplication2::invokeContext(const std::string& id, HKXHeader& header, HKXResponseHeader& response,
+                                        const std::string& command) {
+  std::lock_guard<std::recursive_mutex> lock(_context_lock);
+  const auto found = _contexts.find(id);
+  if (found != _contexts.end() && found->second != nullptr)
+    found->second->manageRequest(header, response, command);
+}
+
+bool HKTovikApplication2::isPreloadContent(const std::string&, HKXHeader&) { return false; }
+
+bool HKTovikApplication2::preloadContent(const std::string&, HKXResponseHeader& response) {
+  response.setHTTPResponse200("");
+  return true;
 }
 
 HKGavetaScheduler2& HKTovikApplication2::getScheduler() { return _scheduler; }

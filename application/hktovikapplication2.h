@@ -6,10 +6,10 @@
 // contexts, id generator, params, interfaces, transceiver, and last the
 // scheduler, whose destruction stops every job.
 //
-// Still to come with later subsystems (their slots are marked below):
-// the transceiver as a member, and the operations `invokeContext`,
-// `isPreloadContent`, `preloadContent`, `getTransceiver`, and the opening of
-// interfaces in `Run`.
+// Still to come with later subsystems (their slots are marked below): the
+// transceiver as a member, `getTransceiver`, and the opening of interfaces
+// in `Run`; `invokeContext`, `isPreloadContent` and `preloadContent` are
+// minimal until the session contexts and the application storage arrive.
 //
 // The params are read and written under their own lock: the listening
 // report writes them from a server's job while the application runs.
@@ -59,8 +59,17 @@ class HKTovikApplication2 {
   // prints "please, open document at " and the URL.
   virtual void AppStart(std::string address, int port, const std::string& scheme);
   virtual bool checkContext(const std::string& id);
-  // (invokeContext: arrives with the session contexts)
-  // (isPreloadContent, preloadContent: arrive with the application storage)
+  // Hands the request to the context filed under `id`, under the context
+  // lock; an unknown id does nothing and the response stays at status 500.
+  // MINIMAL until the session contexts arrive (no reset, no limits).
+  virtual void invokeContext(const std::string& id, HKXHeader& header, HKXResponseHeader& response,
+                             const std::string& command);
+  // Whether a stored page answers `path`. MINIMAL until the application
+  // storage arrives: none does.
+  virtual bool isPreloadContent(const std::string& path, HKXHeader& header);
+  // Answers with the stored page of `path`. MINIMAL until the application
+  // storage arrives: status 200 with an empty body; true.
+  virtual bool preloadContent(const std::string& path, HKXResponseHeader& response);
   // (getTransceiver: arrives with the transceiver)
   virtual HKGavetaScheduler2& getScheduler();
   virtual std::map<std::string, std::string> getParams();
