@@ -31,8 +31,9 @@ namespace {
 // ---- the command line
 
 struct DemoOptions {
-  unsigned port = 2098;                    // --port
-  unsigned httpsPort = 0;                  // --https-port; 0: no HTTPS
+  unsigned port = 2098;                    // --port; 0 takes a free port
+  bool https = false;                      // whether --https-port was given
+  unsigned httpsPort = 0;                  // --https-port; 0 takes a free port
   std::string root = TOVIK_DEMO_SITE_DIR;  // --root: files, cgi-bin/, PHP pages
   bool noBrowser = false;                  // --no-browser
   std::string cgiTimeout = "30";           // --cgi-timeout, seconds
@@ -41,9 +42,9 @@ struct DemoOptions {
 const char* const kUsage =
     "usage: toviktwo_demo [--port N] [--https-port N] [--root DIR] [--no-browser] [--cgi-timeout S]\n";
 
-bool readNumber(const std::string& text, double max, double& out) {
+bool readNumber(const std::string& text, double min, double max, double& out) {
   std::istringstream in(text);
-  return (in >> out) && in.eof() && out > 0 && out <= max;
+  return (in >> out) && in.eof() && out >= min && out <= max;
 }
 
 bool parseCommandLine(int argc, char** argv, DemoOptions& o) {
@@ -53,13 +54,14 @@ bool parseCommandLine(int argc, char** argv, DemoOptions& o) {
     double number = 0;
     if (arg == "--no-browser") {
       o.noBrowser = true;
-    } else if (arg == "--port" && hasValue && readNumber(argv[++i], 65535, number)) {
+    } else if (arg == "--port" && hasValue && readNumber(argv[++i], 0, 65535, number)) {
       o.port = static_cast<unsigned>(number);
-    } else if (arg == "--https-port" && hasValue && readNumber(argv[++i], 65535, number)) {
+    } else if (arg == "--https-port" && hasValue && readNumber(argv[++i], 0, 65535, number)) {
+      o.https = true;
       o.httpsPort = static_cast<unsigned>(number);
     } else if (arg == "--root" && hasValue) {
       o.root = argv[++i];
-    } else if (arg == "--cgi-timeout" && hasValue && readNumber(argv[++i], 86400, number)) {
+    } else if (arg == "--cgi-timeout" && hasValue && readNumber(argv[++i], 0.001, 86400, number)) {
       o.cgiTimeout = argv[i];
     } else {
       return false;
@@ -136,7 +138,7 @@ class DemoConsole : public HKTovikCLAppAddOn {
 
 HKTovikApplication2* makeApplication(HKAppViewportBase* viewport, const DemoOptions& o) {
   std::vector<HKTovikInterfaceProps> interfaces = {HKTovikInterfaceProps("127.0.0.1", o.port, HK_PROTO_HTTP)};
-  if (o.httpsPort != 0)
+  if (o.https)
     interfaces.emplace_back(
         "127.0.0.1", o.httpsPort, HK_PROTO_HTTPS,
         std::map<std::string, std::string>{{"cacertificate", "cacert.pem"}, {"privatekey", "privkey.pem"}});
@@ -157,7 +159,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   std::string error;
-  if (options.httpsPort != 0 && !ensureSelfSignedCertificate("cacert.pem", "privkey.pem", error)) {
+  if (options.https && !ensureSelfSignedCertificate("cacert.pem", "privkey.pem", error)) {
     std::cerr << "toviktwo demo: " << error << std::endl;
     return 1;
   }
