@@ -4,12 +4,6 @@
 // has to change.
 #pragma once
 
-// Transport: arrive with the transceiver and the message heads.
-class HKTransceiver;
-class HKTransceiverClient;
-class HKXHeader;
-class HKXResponseHeader;
-
 // PLACEHOLDER until the application storage (persistence/) arrives: the
 // frame itself needs only the default constructor and the destructor, all
 // else is done by the viewport's storage initialiser.

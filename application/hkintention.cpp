@@ -140,7 +140,7 @@ void HKIntention::_run_something(std::list<std::string> candidates, std::string 
     int status = 0;
     const pid_t r = waitpid(pid, &status, WNOHANG);
     if (r == pid || (r < 0 && errno != EINTR)) return;
-    if (_state->stopping) return;
+    if (_state->stopping) return;  // the application ends; the browser stays open
     std::this_thread::sleep_for(nap);
     nap = std::min(nap * 2, kWaitRound);
   }

@@ -5,6 +5,7 @@
 
 #include <toviktwo/foundation/hkexception.h>
 #include <toviktwo/foundation/hkmappedvalue.h>
+#include <toviktwo/transport/hktransceiverclient.h>
 #include <toviktwo/transport/hkxheader.h>
 
 namespace {
@@ -37,8 +38,25 @@ void HKTovikApplication2::Init() {}
 
 void HKTovikApplication2::Run() {
   if (_interfaces.empty()) return;
-  throw HKException("listening interfaces can't be opened: the transport is not part of this build", __LINE__,
-                    "src");
+  for (HKTovikInterfaceProps& itf : _interfaces) {
+    auto client = std::make_shared<HKTransceiverClient>(
+        [this](HKServerCallback_t& report) { return _listeningReport(report); }, getParams(), this);
+    itf.client = _transceiver.connect(client);
+    auto header = std::make_shared<HKXServerHeader>(true, itf.protocol);
+    char port[16];
+    std::snprintf(port, sizeof port, "%u", static_cast<unsigned>(itf.port));
+    header->setOption("tcp_port", port);
+    header->setOption("tcp_address", itf.address);
+    if (itf.protocol == HK_PROTO_HTTPS) {
+      header->setOption(
+          HKTovikInterfaceProps::kCertificateOption,
+          itf.option(HKTovikInterfaceProps::kCertificateOption, HKTovikInterfaceProps::kCertificateDefault));
+      header->setOption(
+          HKTovikInterfaceProps::kPrivateKeyOption,
+          itf.option(HKTovikInterfaceProps::kPrivateKeyOption, HKTovikInterfaceProps::kPrivateKeyDefault));
+    }
+    client->receive(header);
+  }
 }
 
 void HKTovikApplication2::Stop() {}
@@ -78,6 +96,8 @@ bool HKTovikApplication2::preloadContent(const std::string&, HKXResponseHeader& 
   return true;
 }
 
+HKTransceiver& HKTovikApplication2::getTransceiver() { return _transceiver; }
+
 HKGavetaScheduler2& HKTovikApplication2::getScheduler() { return _scheduler; }
 
 std::map<std::string, std::string> HKTovikApplication2::getParams() {
@@ -99,6 +119,7 @@ void HKTovikApplication2::AppStart(std::string address, int port, const std::str
 }
 
 bool HKTovikApplication2::_listeningReport(HKServerCallback_t& report) {
+  _transceiver.reportInfo(report);
   if (report.kind != HK_SERVER_LISTENING) return true;
   const std::string address = HKGetMappedValue(report.map, "address", "");
   const std::string port = HKGetMappedValue(report.map, "port", "");

@@ -6,13 +6,10 @@
 // contexts, id generator, params, interfaces, transceiver, and last the
 // scheduler, whose destruction stops every job.
 //
-// Still to come with later subsystems (their slots are marked below): the
-// transceiver as a member, `getTransceiver`, and the opening of interfaces
-// in `Run`; `invokeContext`, `isPreloadContent` and `preloadContent` are
-// minimal until the session contexts and the application storage arrive.
-//
 // The params are read and written under their own lock: the listening
 // report writes them from a server's job while the application runs.
+// `invokeContext`, `isPreloadContent` and `preloadContent` are minimal until
+// the session contexts and the application storage arrive.
 #pragma once
 
 #include <map>
@@ -27,6 +24,7 @@
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
 #include <toviktwo/scheduler/hkjidgenerator.h>
 #include <toviktwo/transport/hkservercallback.h>
+#include <toviktwo/transport/hktransceivercore.h>
 
 class HKTovikApplication2 {
  public:
@@ -40,9 +38,10 @@ class HKTovikApplication2 {
   virtual ~HKTovikApplication2();
   // Empty hooks.
   virtual void Init();
-  // Opens the listening interfaces; returns at once when there are none.
-  // Opening interfaces arrives with the transport: until then a non-empty
-  // interface list is refused with an HKException.
+  // Opens every listening interface (a client per interface, connected to
+  // the transceiver, started with a server header of the interface's port,
+  // address and, for https, certificate and key); does not block. Returns
+  // at once when there are none.
   virtual void Run();
   virtual void Stop();
   // Default: no context. An application returns a usable one.
@@ -70,18 +69,18 @@ class HKTovikApplication2 {
   // Answers with the stored page of `path`. MINIMAL until the application
   // storage arrives: status 200 with an empty body; true.
   virtual bool preloadContent(const std::string& path, HKXResponseHeader& response);
-  // (getTransceiver: arrives with the transceiver)
+  // The application's transport hub.
+  virtual HKTransceiver& getTransceiver();
   virtual HKGavetaScheduler2& getScheduler();
   virtual std::map<std::string, std::string> getParams();
   HKIntention& getIntention() { return _intention; }
 
  protected:
-  // The callback of every interface: a report of kind 4 ("listening") writes
+  // The callback of every interface: it first passes the report to the
+  // transceiver's reportInfo. A report of kind 4 ("listening") writes
   // "tcp_port_http"/"tcp_address_http" (or the https pair) into params and,
   // for http only, unless no_browser_popup is non-empty, opens the command
   // URL ("/" when empty) in the browser. Always true.
-  // (Passing every report to the transceiver's reportInfo first arrives with
-  // the transceiver.)
   bool _listeningReport(HKServerCallback_t& report);
   // A line end, "please, open document at ", the URL and two line ends.
   static void _pleaseOpen(const std::string& url);
@@ -89,7 +88,7 @@ class HKTovikApplication2 {
   // First member: constructed first, destroyed last.
   HKGavetaScheduler2 _scheduler;
   HKIntention _intention;  // bound to _scheduler
-  // (_transceiver: HKTransceiver bound to _scheduler, arrives with the transport)
+  HKTransceiver _transceiver{_scheduler};
   HKPersistentAppStorage& _storage;
   std::vector<HKTovikInterfaceProps> _interfaces;
   std::map<std::string, std::string> _params;  // guarded by _params_lock

@@ -13,6 +13,7 @@
 
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/transport/hkprotocols.h>
+#include <toviktwo/transport/hktransceiverclient.h>
 
 class HKTovikInterfaceProps {
  public:

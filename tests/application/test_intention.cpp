@@ -110,6 +110,7 @@ TEST(HKIntention, ChildEndsWithExitWhenNoCandidateCanStart) {
   ScopedPath path(dir.path());
   HKGavetaScheduler2 scheduler;
   HKIntention intention(scheduler);
+  tovik_test::reapChildren();
   const pid_t self = getpid();
   const std::string marks = dir / "marks";
   const std::string out = capturedStdout(dir / "stdout", [&] {

@@ -44,6 +44,7 @@ struct Browser {
   ScopedPath path{dir.path()};
   std::string record = dir / "record";
   Browser() { writeRecorder(dir.path(), "opera", record); }
+  ~Browser() { tovik_test::reapChildren(); }
   // The document the browser got, once it has started.
   std::string opened() {
     waitUntil([&] { return !readFile(record).empty(); });

@@ -3,8 +3,13 @@
 // a PATH that holds only the test's folder for the time of a test.
 #pragma once
 
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "temp_files.h"
 
@@ -42,6 +47,20 @@ inline void writeRecorder(const std::string& dir, const std::string& name, const
   writeExecutable(dir + "/" + name, "#!/bin/sh\n{ cat '" + record + "' 2>/dev/null; printf '%s\\n' '" + name +
                                         "' \"$@\"; } > '" + record + ".tmp'\nmv '" + record + ".tmp' '" +
                                         record + "'\n" + then + "\n");
+}
+
+// Reaps the child processes a test left (stand-in browsers whose launcher
+// stopped waiting when its application ended); waits at most `limit`.
+inline void reapChildren(std::chrono::milliseconds limit = std::chrono::milliseconds(5000)) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  for (;;) {
+    int status = 0;
+    const pid_t r = waitpid(-1, &status, WNOHANG);
+    if (r > 0) continue;
+    if (r < 0 && errno == ECHILD) return;
+    if (std::chrono::steady_clock::now() > end) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
 }
 
 }  // namespace tovik_test
