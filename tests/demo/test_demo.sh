@@ -4,7 +4,7 @@
 # it ends with exit code 0 on "quit", end of input, SIGINT and SIGTERM.
 # Usage: test_demo.sh <path of toviktwo_demo>
 set -u
-demo="$1"
+demo=$(realpath "$1")
 work=$(mktemp -d /tmp/toviktwo-demo-test-XXXXXX)
 pid=""
 cleanup() {
