@@ -47,7 +47,7 @@ expect_exit0() {
   pid=""
 }
 
-fetch() { curl -s --max-time 10 "$@"; }
+fetch() { curl -s --max-time 30 "$@"; }
 
 # ---- the command line
 "$demo" --bogus > /dev/null 2>&1; [ $? = 2 ] || fail "unknown option is not refused"
@@ -83,7 +83,7 @@ done
 if start --https-port 0; then
   [ -s "$work/cacert.pem" ] && [ -s "$work/privkey.pem" ] || fail "no certificate pair made"
   hport=""
-  for _ in $(seq 1 50); do
+  for _ in $(seq 1 200); do
     hport=$(sed -n 's|^ *or https://127.0.0.1:\([0-9]*\)/$|\1|p' "$work/out")
     [ -n "$hport" ] && break
     sleep 0.1
