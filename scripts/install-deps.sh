@@ -13,6 +13,7 @@ packages=(
   libxml2-dev libpugixml-dev
   chromium zlib1g-dev
   curl openssl nginx-light wrk
+  php-cgi
 )
 
 if [ $# -gt 0 ]; then
