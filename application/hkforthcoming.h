@@ -4,6 +4,8 @@
 // has to change.
 #pragma once
 
+#include <string>
+
 // Protocol of a listening interface (3 http, 4 https, 5 file, 6 tovik,
 // 7 toviks, 9 socket). Declared without its names; the URL code of the
 // transport defines them with the same underlying type.
@@ -22,4 +24,7 @@ class HKPersistentAppStorage {
  public:
   HKPersistentAppStorage() = default;
   virtual ~HKPersistentAppStorage() = default;
+  // PLACEHOLDER: the real storage expands "[[key]]" variables; until it
+  // arrives, session templates pass unchanged.
+  virtual void ReplaceStringVariables(std::string&, std::string) {}
 };

@@ -36,6 +36,9 @@
 // Application frame
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
+#include <toviktwo/application/hkwidgetmanager.h>
+#include <toviktwo/application/hklurvoupdatemanager.h>
+#include <toviktwo/application/hkscenario.h>
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hktovikapplication2.h>
 #include <toviktwo/application/hkappviewportbase.h>
