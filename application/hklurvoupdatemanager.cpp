@@ -15,8 +15,8 @@ constexpr size_t kDelayTextSize = 32;
 // The fixed part of the update script. Its length is part of the contract
 // (2290 characters); pinned by tests/application/test_hklurvoupdatemanager.cpp.
 const char* const kLurvoScript =
-    "// The update channel: asks the server for news under a reference, and puts\n"
-    "// each reported element in place of the one with the same id, in the page.\n"
+    "// The update channel: asks the server for news under its reference, puts\n"
+    "// each reported element in place of the one with its id on the page\n"
     "(function (DOMParser) {\n"
     "  \"use strict\";\n"
     "  var proto = DOMParser.prototype, nativeParse = proto.parseFromString;\n"
