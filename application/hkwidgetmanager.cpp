@@ -94,6 +94,8 @@ std::string HKWidgetManager::WidgetFormText(const std::string& tovikid) {
          "</form>\n";
 }
 
+std::string HKReloadPostJS() { return "document.getElementById(\"tovikreloadbutton\").click();\n"; }
+
 // ---- HKHTML_CommandFormN1
 
 HKHTML_CommandFormN1::HKHTML_CommandFormN1(const std::string& formId, const std::string& action,

@@ -61,6 +61,11 @@ class HKHTML_CommandFormN1 : public HKHTML_BaseElement2 {
                        const std::string& unused);
 };
 
+// The statement that presses the button of a page's HKHTMLReloadPost form, so
+// that the page reloads itself by POST with its session id in the form (which
+// insertFormTovikid fills). A widget callback returns it to reload the page.
+std::string HKReloadPostJS();
+
 class HKWidgetManager : public HKWidgetManager_base {
  public:
   // The texts put into the page; the script begins with a guard that sends

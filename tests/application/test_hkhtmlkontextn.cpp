@@ -265,3 +265,15 @@ TEST(HKHTML_CommandFormN1, IsAPostFormWithTheSessionField) {
       "<form action=\"/go\" id=\"f\" method=\"POST\"><input name=\"tovikid\" type=\"hidden\" value=\"id*1\" "
       "/>\n</form>");
 }
+
+TEST(HKHTMLReloadPost, SessionFillsTheReloadFormAndTheScriptPressesItsButton) {
+  TestApplication app;
+  TestSession session(&app, "s1");
+  session.getTheDocument()->AddToBody(new HKHTMLReloadPost("/", "reload"));
+  session.insertFormTovikid("s1");
+  std::list<HKXMLGenericElement*> ids;
+  session.getTheDocument()->FindObjects("name", "tovikid", ids);
+  ASSERT_FALSE(ids.empty());
+  for (HKXMLGenericElement* field : ids) EXPECT_EQ(field->getAttributeText("value", ""), "s1");
+  EXPECT_EQ(HKReloadPostJS(), "document.getElementById(\"tovikreloadbutton\").click();\n");
+}
