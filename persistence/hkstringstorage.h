@@ -24,7 +24,7 @@
 
 #include <toviktwo/foundation/hkbuffers.h>
 
-enum HKMIMEtype {
+enum HKMIMEtype : int {
   HK_MIME_TYPE_NONE = 0,
   HK_MIME_TYPE_TEXT_HTML = 1,
   HK_MIME_TYPE_TEXT_JAVASCRIPT = 2,

@@ -6,7 +6,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 
 #include <toviktwo/foundation/hkexception.h>
