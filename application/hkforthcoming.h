@@ -6,11 +6,6 @@
 
 #include <string>
 
-// Protocol of a listening interface (3 http, 4 https, 5 file, 6 tovik,
-// 7 toviks, 9 socket). Declared without its names; the URL code of the
-// transport defines them with the same underlying type.
-enum HKTovikProtocols_t : int;
-
 // Transport: arrive with the transceiver and the message heads.
 class HKTransceiver;
 class HKTransceiverClient;

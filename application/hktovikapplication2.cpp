@@ -1,11 +1,17 @@
 #include <toviktwo/application/hktovikapplication2.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 
 #include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/foundation/hkmappedvalue.h>
 #include <toviktwo/transport/hkxheader.h>
 
 namespace {
+
+// The type under which a document is opened in the browser.
+constexpr const char* kBrowserDocumentType = "text/html";
 
 const char* const kIdleParam = "_app_context_idle_seconds";
 const char* const kMaxCountParam = "_app_context_max_count";
@@ -21,7 +27,11 @@ std::string mapped(const std::map<std::string, std::string>& map, const std::str
 HKTovikApplication2::HKTovikApplication2(HKPersistentAppStorage& storage,
                                          std::vector<HKTovikInterfaceProps> interfaces,
                                          std::map<std::string, std::string> params)
-    : _storage(storage), _interfaces(std::move(interfaces)), _params(std::move(params)), _idgen("id") {
+    : _intention(_scheduler),
+      _storage(storage),
+      _interfaces(std::move(interfaces)),
+      _params(std::move(params)),
+      _idgen("id") {
   const double idleSeconds = std::strtod(mapped(_params, kIdleParam).c_str(), nullptr);
   if (idleSeconds > 0)
     _contextIdleLimit = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
@@ -169,6 +179,54 @@ void HKTovikApplication2::_limitContextCountNL(const std::string& keep) {
   }
 }
 
+bool HKTovikApplication2::isPreloadContent(const std::string&, HKXHeader&) { return false; }
+
+bool HKTovikApplication2::preloadContent(const std::string&, HKXResponseHeader& response) {
+  response.setHTTPResponse200("");
+  return true;
+}
+
 HKGavetaScheduler2& HKTovikApplication2::getScheduler() { return _scheduler; }
 
-std::map<std::string, std::string> HKTovikApplication2::getParams() { return _params; }
+std::map<std::string, std::string> HKTovikApplication2::getParams() {
+  std::lock_guard<std::mutex> g(_params_lock);
+  return _params;
+}
+
+// ---- listening interfaces and browser launch
+
+void HKTovikApplication2::AppStart(std::string address, int port, const std::string& scheme) {
+  if (address.empty() && port == 0 && !_interfaces.empty()) {
+    address = _interfaces.front().address;
+    port = static_cast<int>(_interfaces.front().port);
+  }
+  char number[32];
+  std::snprintf(number, sizeof number, "%d", port);
+  const std::string url = scheme + "://" + address + ":" + number;
+  if (!_intention.RunApplication(url, kBrowserDocumentType)) _pleaseOpen(url);
+}
+
+bool HKTovikApplication2::_listeningReport(HKServerCallback_t& report) {
+  if (report.kind != HK_SERVER_LISTENING) return true;
+  const std::string address = HKGetMappedValue(report.map, "address", "");
+  const std::string port = HKGetMappedValue(report.map, "port", "");
+  const std::string protocol = HKGetMappedValue(report.map, "protocolstring", "");
+  std::string commandUrl, noPopup;
+  {
+    std::lock_guard<std::mutex> g(_params_lock);
+    commandUrl = HKGetMappedValue(_params, "_app_context_commandurl", "");
+    if (protocol == "http" || protocol == "https") {
+      _params["tcp_port_" + protocol] = port;
+      _params["tcp_address_" + protocol] = address;
+    }
+    noPopup = HKGetMappedValue(_params, "no_browser_popup", "");
+  }
+  if (!noPopup.empty() || protocol != "http" || address.empty() || port.empty()) return true;
+  const std::string url = protocol + "://" + address + ":" + port + (commandUrl.empty() ? "/" : commandUrl);
+  if (!_intention.RunApplication(url, kBrowserDocumentType)) _pleaseOpen(url);
+  return true;
+}
+
+void HKTovikApplication2::_pleaseOpen(const std::string& url) {
+  std::cout << "\nplease, open document at " << url << "\n\n" << std::flush;
+}

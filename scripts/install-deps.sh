@@ -10,6 +10,7 @@ packages=(
   libgtest-dev libbenchmark-dev
   clang libclang-rt-dev
   libxml2-dev libpugixml-dev
+  php-cgi
   chromium
 )
 
