@@ -11,4 +11,7 @@ class HKPersistentAppStorage {
  public:
   HKPersistentAppStorage() = default;
   virtual ~HKPersistentAppStorage() = default;
+  // PLACEHOLDER: the real storage expands "[[key]]" variables; until it
+  // arrives, session templates pass unchanged.
+  virtual void ReplaceStringVariables(std::string&, std::string) {}
 };

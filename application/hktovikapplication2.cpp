@@ -1,6 +1,7 @@
 #include <toviktwo/application/hktovikapplication2.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 
 #include <toviktwo/foundation/hkexception.h>
@@ -13,6 +14,15 @@ namespace {
 // The type under which a document is opened in the browser.
 constexpr const char* kBrowserDocumentType = "text/html";
 
+const char* const kIdleParam = "_app_context_idle_seconds";
+const char* const kMaxCountParam = "_app_context_max_count";
+const char* const kCloseCommand = "&close";
+
+std::string mapped(const std::map<std::string, std::string>& map, const std::string& key) {
+  auto found = map.find(key);
+  return found == map.end() ? std::string() : found->second;
+}
+
 }  // namespace
 
 HKTovikApplication2::HKTovikApplication2(HKPersistentAppStorage& storage,
@@ -22,7 +32,14 @@ HKTovikApplication2::HKTovikApplication2(HKPersistentAppStorage& storage,
       _storage(storage),
       _interfaces(std::move(interfaces)),
       _params(std::move(params)),
-      _idgen("id") {}
+      _idgen("id") {
+  const double idleSeconds = std::strtod(mapped(_params, kIdleParam).c_str(), nullptr);
+  if (idleSeconds > 0)
+    _contextIdleLimit = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+        std::chrono::duration<double>(idleSeconds));
+  const long long maxCount = std::strtoll(mapped(_params, kMaxCountParam).c_str(), nullptr, 10);
+  if (maxCount > 0) _contextMaxCount = static_cast<size_t>(maxCount);
+}
 
 HKTovikApplication2::~HKTovikApplication2() {
   // Contexts die before the transport and the scheduler do.
@@ -66,7 +83,11 @@ HKHTMLKontextN* HKTovikApplication2::createNewContext(const std::string&) { retu
 HKHTMLKontextN* HKTovikApplication2::insertNewContext(HKHTMLKontextN* context) {
   if (context == nullptr) return nullptr;
   std::lock_guard<std::recursive_mutex> lock(_context_lock);
-  _contexts[context->getMainContextID()] = context;
+  const std::string id = context->getMainContextID();
+  _contexts[id] = context;
+  _touchContextNL(id);
+  _closeIdleContextsNL();
+  _limitContextCountNL(id);
   return context;
 }
 
@@ -78,15 +99,102 @@ HKPersistentAppStorage& HKTovikApplication2::GetAppstorage() { return _storage; 
 
 bool HKTovikApplication2::checkContext(const std::string& id) {
   std::lock_guard<std::recursive_mutex> lock(_context_lock);
+  _closeIdleContextsNL();
   return _contexts.find(id) != _contexts.end();
 }
 
 void HKTovikApplication2::invokeContext(const std::string& id, HKXHeader& header, HKXResponseHeader& response,
                                         const std::string& command) {
   std::lock_guard<std::recursive_mutex> lock(_context_lock);
-  const auto found = _contexts.find(id);
-  if (found != _contexts.end() && found->second != nullptr)
-    found->second->manageRequest(header, response, command);
+  _closeIdleContextsNL();
+  auto found = _contexts.find(id);
+  if (found != _contexts.end() && found->second != nullptr) {
+    _touchContextNL(id);
+    const std::string outer = _contextInUse;
+    _contextInUse = id;
+    try {
+      found->second->manageRequest(header, response, command);
+    } catch (...) {
+      _contextInUse = outer;
+      throw;
+    }
+    _contextInUse = outer;
+  }
+  auto [resetID, resetContext] = response.resetKontext();
+  if (resetID == id && resetContext != nullptr) {
+    _contexts.erase(id);
+    _contexts[id] = resetContext;
+    _touchContextNL(id);
+  }
+}
+
+// ---- session limits
+
+size_t HKTovikApplication2::closeIdleContexts() {
+  std::lock_guard<std::recursive_mutex> lock(_context_lock);
+  return _closeIdleContextsNL();
+}
+
+size_t HKTovikApplication2::countContexts() {
+  std::lock_guard<std::recursive_mutex> lock(_context_lock);
+  return _contexts.size();
+}
+
+void HKTovikApplication2::_touchContextNL(const std::string& id) {
+  auto now = std::chrono::steady_clock::now();
+  auto found = _contextUse.find(id);
+  if (found != _contextUse.end()) {
+    _contextOrder.splice(_contextOrder.end(), _contextOrder, found->second.place);
+    found->second.last = now;
+    return;
+  }
+  _contextOrder.push_back(id);
+  _contextUse[id] = {now, std::prev(_contextOrder.end())};
+}
+
+void HKTovikApplication2::_closeContextNL(const std::string& id) {
+  auto use = _contextUse.find(id);
+  if (use != _contextUse.end()) {
+    _contextOrder.erase(use->second.place);
+    _contextUse.erase(use);
+  }
+  auto found = _contexts.find(id);
+  if (found == _contexts.end()) return;
+  HKHTMLKontextN* context = found->second;
+  _contexts.erase(found);
+  if (context == nullptr) return;
+  HKXHeader header(HK_SCHEME_NONE, true, HK_PROTO_HTTP);
+  HKXResponseHeader response(HK_SCHEME_ANSWER, false, HK_PROTO_HTTP);
+  try {
+    context->_closeContext(header, response, kCloseCommand);
+  } catch (...) {
+    // A failing hook must not keep the context alive.
+  }
+  delete context;
+}
+
+size_t HKTovikApplication2::_closeIdleContextsNL() {
+  if (_contextIdleLimit.count() == 0) return 0;
+  const auto now = std::chrono::steady_clock::now();
+  size_t closed = 0;
+  // Oldest first: the first context still within its limit ends the round.
+  for (auto it = _contextOrder.begin(); it != _contextOrder.end();) {
+    const std::string id = *it++;
+    if (now - _contextUse[id].last < _contextIdleLimit) break;
+    if (id == _contextInUse) continue;
+    _closeContextNL(id);
+    ++closed;
+  }
+  return closed;
+}
+
+void HKTovikApplication2::_limitContextCountNL(const std::string& keep) {
+  if (_contextMaxCount == 0) return;
+  for (auto it = _contextOrder.begin(); _contexts.size() > _contextMaxCount && it != _contextOrder.end();) {
+    const std::string id = *it++;
+    if (id == keep || id == _contextInUse) continue;
+    _closeContextNL(id);
+  }
 }
 
 bool HKTovikApplication2::isPreloadContent(const std::string&, HKXHeader&) { return false; }

@@ -6,12 +6,22 @@
 // contexts, id generator, params, interfaces, transceiver, and last the
 // scheduler, whose destruction stops every job.
 //
+// Session limits (both off by default, so that a context lives until the
+// application ends): the parameter "_app_context_idle_seconds" (a decimal
+// number, fractions allowed) closes a context that got no request for that
+// long, and "_app_context_max_count" closes the least recently used context
+// when a new one would make the table larger. A closed context gets its
+// `_closeContext` hook and is deleted; its id then leads to the 404 page.
+// Limits are applied whenever a request or a new context reaches the table.
+//
 // The params are read and written under their own lock: the listening
 // report writes them from a server's job while the application runs.
-// `invokeContext`, `isPreloadContent` and `preloadContent` are minimal until
-// the session contexts and the application storage arrive.
+// `isPreloadContent` and `preloadContent` are minimal until the application
+// storage arrives.
 #pragma once
 
+#include <chrono>
+#include <list>
 #include <map>
 #include <mutex>
 #include <string>
@@ -58,9 +68,9 @@ class HKTovikApplication2 {
   // prints "please, open document at " and the URL.
   virtual void AppStart(std::string address, int port, const std::string& scheme);
   virtual bool checkContext(const std::string& id);
-  // Hands the request to the context filed under `id`, under the context
-  // lock; an unknown id does nothing and the response stays at status 500.
-  // MINIMAL until the session contexts arrive (no reset, no limits).
+  // Hands the request to the context of that id under the context lock, then
+  // applies a replacement the response asks for (resetKontext). An unknown
+  // id does nothing: the response stays at status 500.
   virtual void invokeContext(const std::string& id, HKXHeader& header, HKXResponseHeader& response,
                              const std::string& command);
   // Whether a stored page answers `path`. MINIMAL until the application
@@ -96,4 +106,27 @@ class HKTovikApplication2 {
   std::recursive_mutex _context_lock;
   std::map<std::string, HKHTMLKontextN*> _contexts;  // owned at destruction
   HKJIDGenerator _idgen;
+
+  // ---- session limits
+ public:
+  // Closes the contexts that have been idle longer than the idle limit; returns how many.
+  size_t closeIdleContexts();
+  // The number of contexts in the table.
+  size_t countContexts();
+
+ protected:
+  struct _ContextUse {
+    std::chrono::steady_clock::time_point last;
+    std::list<std::string>::iterator place;  // in _contextOrder
+  };
+  void _touchContextNL(const std::string& id);
+  void _closeContextNL(const std::string& id);
+  size_t _closeIdleContextsNL();
+  void _limitContextCountNL(const std::string& keep);
+
+  std::chrono::steady_clock::duration _contextIdleLimit{0};  // zero: off
+  size_t _contextMaxCount = 0;                               // zero: off
+  std::list<std::string> _contextOrder;                      // least recently used first; _context_lock
+  std::map<std::string, _ContextUse> _contextUse;            // _context_lock
+  std::string _contextInUse;                                 // served by invokeContext now; _context_lock
 };

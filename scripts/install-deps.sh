@@ -14,6 +14,7 @@ packages=(
   chromium zlib1g-dev
   curl openssl nginx-light wrk
   php-cgi
+  chromium
 )
 
 if [ $# -gt 0 ]; then
@@ -27,13 +28,23 @@ for p in "${packages[@]}"; do
   fi
 done
 
-if [ ${#missing[@]} -eq 0 ]; then
-  exit 0
+# The browser tests run on node; a node that is already there (from any
+# source) is kept.
+command -v node >/dev/null 2>&1 || missing+=(nodejs)
+command -v npm >/dev/null 2>&1 || missing+=(npm)
+
+if [ ${#missing[@]} -ne 0 ]; then
+  echo "installing: ${missing[*]}"
+  SUDO=""
+  if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+  export DEBIAN_FRONTEND=noninteractive
+  $SUDO apt-get update -qq
+  $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
 fi
 
-echo "installing: ${missing[*]}"
-SUDO=""
-if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+# playwright-core for the browser tests, exactly as the lock file says. It
+# drives Debian's chromium; it downloads no browser of its own.
+browser_tests="$(cd "$(dirname "$0")/.." && pwd)/tests/browser"
+if [ ! -d "$browser_tests/node_modules" ]; then
+  (cd "$browser_tests" && npm ci --no-audit --no-fund)
+fi

@@ -69,6 +69,9 @@ class HKXHeader : public HKJob {
   HKXHeaderType getHeaderType() const { return _headerType.load(); }
   void setHeaderType(HKXHeaderType t) { _headerType = t; }
   const std::string& getURLPath() const { return _urlPath; }
+  // A path that stands in for the URL path when a session dispatches; "" by default.
+  const std::string& getResetURLPath() const { return _resetURLPath; }
+  void setResetURLPath(const std::string& path) { _resetURLPath = path; }
   std::string getURLPathDir() const;
   std::string getURLPathFile() const;
   const std::string& getURLHostPart() const { return _urlHostPart; }

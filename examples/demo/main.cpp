@@ -1,7 +1,9 @@
 // toviktwo_demo: an application that answers a browser. It serves a folder
 // of files (pages, a style sheet, an image), runs a CGI script and a PHP
 // page, over HTTP and, when asked, HTTPS, and opens the user's browser on
-// its start page.
+// its start page: "/" is a session page of its own for every browser page
+// (demo_session.cpp, templates/), the files of the folder stay reachable by
+// name (/index.html).
 //
 //   toviktwo_demo [--port N] [--https-port N] [--root DIR] [--no-browser] [--cgi-timeout S]
 //
@@ -25,6 +27,7 @@
 #include <toviktwo/toviktwo.h>
 
 #include "demo_certificate.h"
+#include "demo_session.h"
 
 namespace {
 
@@ -146,8 +149,12 @@ HKTovikApplication2* makeApplication(HKAppViewportBase* viewport, const DemoOpti
       {"_baseDirectoryHTTP", o.root},                // files, cgi-bin/ and PHP pages come from here
       {"_cgitimeout", o.cgiTimeout},                 // a CGI or PHP child that takes longer is killed
       {"no_browser_popup", o.noBrowser ? "1" : ""},  // any text at all suppresses the browser
+      {"_app_context_commandurl", "/"},              // "/" without a session id opens a new session page
+      {"_app_context_idle_seconds", "1800"},         // a page left alone for half an hour is closed
+      {"_app_context_max_count", "1000"},            // at most this many sessions at a time
   };
-  return new HKTovikApplication2(viewport->GetStorage(), interfaces, params);
+  // The session page, its template and style sheet: demo_session.cpp.
+  return new DemoApplication(viewport->GetStorage(), interfaces, params, TOVIK_DEMO_TEMPLATE_DIR);
 }
 
 }  // namespace

@@ -54,11 +54,15 @@
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
 #include <toviktwo/application/hkintention.h>
+#include <toviktwo/application/hkwidgetmanager.h>
+#include <toviktwo/application/hklurvoupdatemanager.h>
+#include <toviktwo/application/hkscenario.h>
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hktovikapplication2.h>
 #include <toviktwo/application/hkappviewportbase.h>
 
 // Persistence
+#include <toviktwo/persistence/hkstringstorage.h>
 
 // Device variables
 #include <toviktwo/devices/hkmessage.h>
