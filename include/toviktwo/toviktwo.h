@@ -41,5 +41,6 @@
 #include <toviktwo/application/hkappviewportbase.h>
 
 // Persistence
+#include <toviktwo/persistence/hkstringstorage.h>
 
 // Device variables
