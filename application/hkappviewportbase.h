@@ -15,6 +15,7 @@
 
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hktovikapplication2.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
 
 class HKAppViewportBase {
  public:

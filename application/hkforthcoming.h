@@ -14,12 +14,3 @@ class HKTransceiver;
 class HKTransceiverClient;
 class HKXHeader;
 class HKXResponseHeader;
-
-// PLACEHOLDER until the application storage (persistence/) arrives: the
-// frame itself needs only the default constructor and the destructor, all
-// else is done by the viewport's storage initialiser.
-class HKPersistentAppStorage {
- public:
-  HKPersistentAppStorage() = default;
-  virtual ~HKPersistentAppStorage() = default;
-};

@@ -8,8 +8,8 @@
 //
 // Still to come with later subsystems (their slots are marked below):
 // the browser launcher (`HKIntention`) and the transceiver as members, and
-// the operations `AppStart`, `invokeContext`, `isPreloadContent`,
-// `preloadContent`, `getTransceiver`, and the opening of interfaces in `Run`.
+// the operations `AppStart`, `invokeContext`, `getTransceiver`, and the
+// opening of interfaces in `Run`.
 #pragma once
 
 #include <map>
@@ -20,6 +20,7 @@
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
 #include <toviktwo/scheduler/hkjidgenerator.h>
 
@@ -51,7 +52,12 @@ class HKTovikApplication2 {
   // (AppStart: arrives with the listening interfaces)
   virtual bool checkContext(const std::string& id);
   // (invokeContext: arrives with the session contexts)
-  // (isPreloadContent, preloadContent: arrive with the application storage)
+  // Whether the storage holds a stored page under path; header is not looked at.
+  virtual bool isPreloadContent(const std::string& path, HKXHeader& header);
+  // Answers 200 with the stored page's text (an empty body for an unknown
+  // path); returns true. Works on a copy of the stored pages, so that no
+  // lock on their map is needed.
+  virtual bool preloadContent(const std::string& path, HKXResponseHeader& response);
   // (getTransceiver: arrives with the transceiver)
   virtual HKGavetaScheduler2& getScheduler();
   virtual std::map<std::string, std::string> getParams();

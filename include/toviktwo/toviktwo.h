@@ -42,5 +42,9 @@
 
 // Persistence
 #include <toviktwo/persistence/hkstringstorage.h>
+#include <toviktwo/persistence/hkxmldatabase.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
+#include <toviktwo/persistence/hkcommandcompiler.h>
+#include <toviktwo/persistence/hksmallxmltable.h>
 
 // Device variables

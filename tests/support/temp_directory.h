@@ -1,6 +1,6 @@
 // Test helpers for tests that work with real files: a temporary folder that
 // is removed with everything in it at the end of the test, writing and
-// reading whole files, catching an exception's message and capturing what
+// reading whole files, changing the working directory, catching an exception's message and capturing what
 // code writes to a standard stream.
 #pragma once
 
@@ -64,6 +64,24 @@ inline std::string ExceptionMessage(const std::function<void()>& action) {
   }
   return std::string();
 }
+
+// Makes `path` the working directory while it lives (for code that works
+// relative to the current directory).
+class WorkingDirectory {
+ public:
+  explicit WorkingDirectory(const std::string& path) : _old(std::filesystem::current_path()) {
+    std::filesystem::current_path(path);
+  }
+  ~WorkingDirectory() {
+    std::error_code ignored;
+    std::filesystem::current_path(_old, ignored);
+  }
+  WorkingDirectory(const WorkingDirectory&) = delete;
+  WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+ private:
+  std::filesystem::path _old;
+};
 
 // Collects what is written to `stream` (std::cout, std::cerr) while it lives.
 class CapturedStream {
