@@ -27,6 +27,16 @@ constexpr const char* kStringVariablePath = "project.stringvariables.stringvaria
   fail("no config was found - " + path + " with " + reason);
 }
 
+// The first direct child named name (the element itself never counts);
+// stops at the first hit instead of collecting every match.
+HKXMLGenericElement* hkFirstChildNamed(HKXMLGenericElement* element, const std::string& name) {
+  for (HKXMLComplexElement* child : element->Children()) {
+    if (child == nullptr || child->GetTypeName() != name) continue;
+    if (auto* generic = dynamic_cast<HKXMLGenericElement*>(child)) return generic;
+  }
+  return nullptr;
+}
+
 // Reads the whole file; false when it cannot be read.
 bool readWhole(const std::string& path, std::string& out) {
   std::ifstream in(path, std::ios::in | std::ios::binary);
@@ -64,6 +74,11 @@ std::string folderOf(const std::string& path) {
 // An element still open at the end of the text (a truncated file) counts as
 // an error: its content is incomplete.
 HKXMLGenericElement* hkReadFirstElement(std::string& text, std::string& error) {
+  // An empty text has no element (a text reader would call it a stream error).
+  if (text.empty()) {
+    error = "no element in the file";
+    return nullptr;
+  }
   try {
     HKDTDElementReaderString reader(text, 0);
     HKXMLComplexElement* top = reader.read("xml", false);
@@ -113,12 +128,10 @@ HKXMLGenericElement* HKXMLDatabase::_localize_Element(const std::string& path, s
   attribute = parts.back();
   HKXMLGenericElement* current = _base;
   for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
-    std::list<HKXMLGenericElement*> found;
-    current->findObjects(parts[i], found, 1);
-    // Only children: the element itself is in the list when its name matches.
-    found.remove(current);
-    if (!found.empty()) {
-      current = found.front();
+    // Of children of the same name, the walk always takes the first.
+    HKXMLGenericElement* child = hkFirstChildNamed(current, parts[i]);
+    if (child != nullptr) {
+      current = child;
     } else if (!create) {
       return nullptr;
     } else {
@@ -167,16 +180,13 @@ void HKXMLDatabase::GetElements(std::string path, std::list<HKXMLGenericElement*
   if (parts.empty()) fail("the element name can't be empty");
   HKXMLGenericElement* current = _base;
   for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
-    std::list<HKXMLGenericElement*> found;
-    current->findObjects(parts[i], found, 1);
-    found.remove(current);
-    if (found.empty()) return;
-    current = found.front();
+    current = hkFirstChildNamed(current, parts[i]);
+    if (current == nullptr) return;
   }
-  std::list<HKXMLGenericElement*> found;
-  current->findObjects(parts.back(), found, 1);
-  found.remove(current);
-  result.splice(result.end(), found);
+  for (HKXMLComplexElement* child : current->Children()) {
+    if (child == nullptr || child->GetTypeName() != parts.back()) continue;
+    if (auto* generic = dynamic_cast<HKXMLGenericElement*>(child)) result.push_back(generic);
+  }
 }
 
 void HKXMLDatabase::GetElementsOfType(std::string name, std::list<HKXMLGenericElement*>& result) {

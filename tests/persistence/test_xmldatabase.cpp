@@ -173,3 +173,11 @@ TEST(XMLDatabase, TwoThreadsSettingAndGettingSeeConsistentValues) {
   EXPECT_EQ(seen, kRounds);
   EXPECT_EQ(db.GetElementAttribute("a.b", ""), std::to_string(kRounds - 1));
 }
+
+TEST(XMLDatabase, WalkLooksAtChildrenOnlyNeverAtTheElementItself) {
+  HKXMLDatabase db("tovik");
+  EXPECT_EQ(db.GetElementAttribute("tovik.a", "none"), "none");
+  db.SetElementAttribute("tovik.a", "1");
+  EXPECT_EQ(db.Printed(), "<?version=\"1.0\" encoding=\"UTF-8\"?><tovik><tovik a=\"1\" />\n</tovik>");
+  EXPECT_EQ(Elements(db, "tovik").size(), 1u);
+}
