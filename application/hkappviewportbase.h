@@ -13,8 +13,8 @@
 #include <functional>
 #include <string>
 
-#include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hktovikapplication2.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
 
 class HKAppViewportBase {
  public:

@@ -197,13 +197,6 @@ void HKTovikApplication2::_limitContextCountNL(const std::string& keep) {
   }
 }
 
-bool HKTovikApplication2::isPreloadContent(const std::string&, HKXHeader&) { return false; }
-
-bool HKTovikApplication2::preloadContent(const std::string&, HKXResponseHeader& response) {
-  response.setHTTPResponse200("");
-  return true;
-}
-
 HKTransceiver& HKTovikApplication2::getTransceiver() { return _transceiver; }
 
 HKGavetaScheduler2& HKTovikApplication2::getScheduler() { return _scheduler; }

@@ -16,8 +16,6 @@
 //
 // The params are read and written under their own lock: the listening
 // report writes them from a server's job while the application runs.
-// `isPreloadContent` and `preloadContent` are minimal until the application
-// storage arrives.
 #pragma once
 
 #include <chrono>
@@ -27,10 +25,10 @@
 #include <string>
 #include <vector>
 
-#include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hkintention.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
 #include <toviktwo/scheduler/hkjidgenerator.h>
 #include <toviktwo/transport/hkservercallback.h>
@@ -73,11 +71,11 @@ class HKTovikApplication2 {
   // id does nothing: the response stays at status 500.
   virtual void invokeContext(const std::string& id, HKXHeader& header, HKXResponseHeader& response,
                              const std::string& command);
-  // Whether a stored page answers `path`. MINIMAL until the application
-  // storage arrives: none does.
+  // Whether the storage holds a stored page under path; header is not looked at.
   virtual bool isPreloadContent(const std::string& path, HKXHeader& header);
-  // Answers with the stored page of `path`. MINIMAL until the application
-  // storage arrives: status 200 with an empty body; true.
+  // Answers 200 with the stored page's text (an empty body for an unknown
+  // path); returns true. Works on a copy of the stored pages, so that no
+  // lock on their map is needed.
   virtual bool preloadContent(const std::string& path, HKXResponseHeader& response);
   // The application's transport hub.
   virtual HKTransceiver& getTransceiver();

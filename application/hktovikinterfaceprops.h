@@ -11,7 +11,6 @@
 #include <memory>
 #include <string>
 
-#include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/transport/hkprotocols.h>
 #include <toviktwo/transport/hktransceiverclient.h>
 

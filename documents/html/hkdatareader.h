@@ -19,7 +19,9 @@ class HKDataReader {
  public:
   // The first structural element read (whitespace, text and comments before
   // it are passed over), owned by the caller; null when there is none or on
-  // an error, whose message goes to `error`.
+  // an error, whose message goes to `error`. The rest of the stream is taken
+  // at once and read in place: the stream ends at its end with eofbit set,
+  // or, after an error, (when it can seek) just behind the characters read.
   HKXMLGenericElement* Read(std::istream& in, const std::string& dtd, std::string& error);
   // The same from `text`, beginning at `start`; `end` receives the reader's
   // position, so that with `single` several objects can be read one by one.

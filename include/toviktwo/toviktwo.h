@@ -51,7 +51,6 @@
 #include <toviktwo/transport/hkfileservice.h>
 
 // Application frame
-#include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
 #include <toviktwo/application/hkintention.h>
 #include <toviktwo/application/hkwidgetmanager.h>
@@ -63,6 +62,10 @@
 
 // Persistence
 #include <toviktwo/persistence/hkstringstorage.h>
+#include <toviktwo/persistence/hkxmldatabase.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
+#include <toviktwo/persistence/hkcommandcompiler.h>
+#include <toviktwo/persistence/hksmallxmltable.h>
 
 // Device variables
 #include <toviktwo/devices/hkmessage.h>
