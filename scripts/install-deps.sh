@@ -11,7 +11,22 @@ packages=(
   libgtest-dev libbenchmark-dev
   clang libclang-rt-dev
   libxml2-dev libpugixml-dev
+  nodejs chromium
 )
+
+# npm packages of the browser tests, each folder with its own package.json,
+# installed when its node_modules is missing.
+npm_folders=(tests/browser/client_library)
+install_npm_deps() {
+  local top
+  top="$(cd "$(dirname "$0")/.." && pwd)"
+  for f in "${npm_folders[@]}"; do
+    if [ ! -d "$top/$f/node_modules" ] && command -v npm >/dev/null 2>&1; then
+      echo "installing npm packages in $f"
+      (cd "$top/$f" && npm ci --no-audit --no-fund --loglevel=error)
+    fi
+  done
+}
 
 if [ $# -gt 0 ]; then
   packages=("$@")
@@ -25,6 +40,7 @@ for p in "${packages[@]}"; do
 done
 
 if [ ${#missing[@]} -eq 0 ]; then
+  if [ $# -eq 0 ]; then install_npm_deps; fi
   exit 0
 fi
 
@@ -34,3 +50,4 @@ if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -qq
 $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+if [ $# -eq 0 ]; then install_npm_deps; fi

@@ -39,6 +39,7 @@
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hktovikapplication2.h>
 #include <toviktwo/application/hkappviewportbase.h>
+#include <toviktwo/application/hkdhtml.h>
 
 // Persistence
 
