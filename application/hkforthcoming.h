@@ -9,12 +9,6 @@
 // transport defines them with the same underlying type.
 enum HKTovikProtocols_t : int;
 
-// Transport: arrive with the transceiver and the message heads.
-class HKTransceiver;
-class HKTransceiverClient;
-class HKXHeader;
-class HKXResponseHeader;
-
 // PLACEHOLDER until the application storage (persistence/) arrives: the
 // frame itself needs only the default constructor and the destructor, all
 // else is done by the viewport's storage initialiser.

@@ -21,8 +21,8 @@ void HKTovikApplication2::Init() {}
 
 void HKTovikApplication2::Run() {
   if (_interfaces.empty()) return;
-  throw HKException("listening interfaces can't be opened: the transport is not part of this build",
-                    __LINE__, "src");
+  throw HKException("listening interfaces can't be opened: the transport is not part of this build", __LINE__,
+                    "src");
 }
 
 void HKTovikApplication2::Stop() {}
@@ -46,6 +46,8 @@ bool HKTovikApplication2::checkContext(const std::string& id) {
   std::lock_guard<std::recursive_mutex> lock(_context_lock);
   return _contexts.find(id) != _contexts.end();
 }
+
+HKTransceiver& HKTovikApplication2::getTransceiver() { return _transceiver; }
 
 HKGavetaScheduler2& HKTovikApplication2::getScheduler() { return _scheduler; }
 

@@ -7,9 +7,9 @@
 // scheduler, whose destruction stops every job.
 //
 // Still to come with later subsystems (their slots are marked below):
-// the browser launcher (`HKIntention`) and the transceiver as members, and
-// the operations `AppStart`, `invokeContext`, `isPreloadContent`,
-// `preloadContent`, `getTransceiver`, and the opening of interfaces in `Run`.
+// the browser launcher (`HKIntention`) as a member, and the operations
+// `AppStart`, `invokeContext`, `isPreloadContent`, `preloadContent`, and the
+// opening of interfaces in `Run`.
 #pragma once
 
 #include <map>
@@ -22,6 +22,7 @@
 #include <toviktwo/application/hktovikinterfaceprops.h>
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
 #include <toviktwo/scheduler/hkjidgenerator.h>
+#include <toviktwo/transport/hktransceivercore.h>
 
 class HKTovikApplication2 {
  public:
@@ -52,7 +53,8 @@ class HKTovikApplication2 {
   virtual bool checkContext(const std::string& id);
   // (invokeContext: arrives with the session contexts)
   // (isPreloadContent, preloadContent: arrive with the application storage)
-  // (getTransceiver: arrives with the transceiver)
+  // The application's transport hub.
+  virtual HKTransceiver& getTransceiver();
   virtual HKGavetaScheduler2& getScheduler();
   virtual std::map<std::string, std::string> getParams();
 
@@ -60,7 +62,7 @@ class HKTovikApplication2 {
   // First member: constructed first, destroyed last.
   HKGavetaScheduler2 _scheduler;
   // (_intention: HKIntention bound to _scheduler, arrives with the browser launcher)
-  // (_transceiver: HKTransceiver bound to _scheduler, arrives with the transport)
+  HKTransceiver _transceiver{_scheduler};
   HKPersistentAppStorage& _storage;
   std::vector<HKTovikInterfaceProps> _interfaces;
   std::map<std::string, std::string> _params;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include <toviktwo/application/hkforthcoming.h>
+#include <toviktwo/transport/hktransceiverclient.h>
 
 class HKTovikInterfaceProps {
  public:

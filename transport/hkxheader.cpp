@@ -541,6 +541,10 @@ void HKXRequestHeader::setAddress(const std::string& url, const std::string& bas
 HKXServerHeader::HKXServerHeader(bool toBeDeleted, HKTovikProtocols_t protocol)
     : HKXHeader(HK_SCHEME_POST, false, protocol), _toBeDeleted(toBeDeleted) {}
 
+HKXServerHeader::~HKXServerHeader() {
+  if (_server) _server->stop();
+}
+
 std::string HKXServerHeader::getOption(const std::string& key, const std::string& fallback) {
   std::lock_guard<std::mutex> g(_lock);
   const auto it = _options.find(key);

@@ -245,6 +245,8 @@ class HKXRequestHeader : public HKXHeader {
 class HKXServerHeader : public HKXHeader {
  public:
   HKXServerHeader(bool toBeDeleted, HKTovikProtocols_t protocol);
+  // Stops the server it started: the server no longer refers to this header.
+  ~HKXServerHeader() override;
   std::string getOption(const std::string& key, const std::string& fallback);
   void setOption(const std::string& key, const std::string& value);
   // Whether a connection of the map's "type" is taken: "HTTP", "HTTPS",

@@ -22,18 +22,18 @@ const char* kBrowserGet =
     "Upgrade-Insecure-Requests: 1\r\n"
     "\r\n";
 
-bool accept(HKXHeader&) { return true; }
+bool acceptHead(HKXHeader&) { return true; }
 
 int feedWhole(HKXHeader& h, const std::string& bytes) {
   h.getDataBuffer()->stringput(bytes);
-  return h.parseInputData2(accept);
+  return h.parseInputData2(acceptHead);
 }
 
 int feedBytewise(HKXHeader& h, const std::string& bytes) {
   int r = 0;
   for (const char c : bytes) {
     h.getDataBuffer()->sputc(c);
-    r = h.parseInputData2(accept);
+    r = h.parseInputData2(acceptHead);
     if (r != 0) break;
   }
   return r;
@@ -75,7 +75,7 @@ TEST(HKXHeaderParse, ArbitraryPiecesEqualWhole) {
     int r = 0;
     for (unsigned long at = 0; at < msg.size() && r == 0; at += piece) {
       h.getDataBuffer()->stringput(msg.substr(at, piece));
-      r = h.parseInputData2(accept);
+      r = h.parseInputData2(acceptHead);
     }
     EXPECT_EQ(r, 2) << piece;
     EXPECT_EQ(h.getFields(), ref.getFields()) << piece;
@@ -85,11 +85,11 @@ TEST(HKXHeaderParse, ArbitraryPiecesEqualWhole) {
 TEST(HKXHeaderParse, LastByteIsHeldBack) {
   HKXHeader h(HK_SCHEME_NONE, true, HK_PROTO_HTTP);
   h.getDataBuffer()->stringput("GET / HTTP/1.1\r\nHost: x\r\n\r");
-  EXPECT_EQ(h.parseInputData2(accept), 0);
+  EXPECT_EQ(h.parseInputData2(acceptHead), 0);
   EXPECT_TRUE(h.isHeadPending());
   EXPECT_EQ(h.getDataBuffer()->getSizeReadable(), 1u);  // the final CR waits
   h.getDataBuffer()->stringput("\n");
-  EXPECT_EQ(h.parseInputData2(accept), 2);
+  EXPECT_EQ(h.parseInputData2(acceptHead), 2);
   EXPECT_FALSE(h.isHeadPending());
 }
 
@@ -103,7 +103,7 @@ TEST(HKXHeaderParse, ContentLengthExactShortAndLong) {
   EXPECT_EQ(feedWhole(longBody, headText + "0123456789A"), 1);
   // The missing byte arrives later.
   shortBody.getDataBuffer()->stringput("9");
-  EXPECT_EQ(shortBody.parseInputData2(accept), 2);
+  EXPECT_EQ(shortBody.parseInputData2(acceptHead), 2);
 }
 
 TEST(HKXHeaderParse, NoContentLengthIsCompleteWhateverFollows) {
@@ -205,7 +205,7 @@ TEST(HKXHeaderParse, BadContentLengthFollowsNumberRules) {
 TEST(HKXHeaderParse, OverlongHeadLineIsDropped) {
   HKXHeader h(HK_SCHEME_NONE, true, HK_PROTO_HTTP);
   h.getDataBuffer()->stringput("GET /" + std::string(HKXHeader::kMaxHeadLine + 10, 'a'));
-  EXPECT_EQ(h.parseInputData2(accept), 1);
+  EXPECT_EQ(h.parseInputData2(acceptHead), 1);
   EXPECT_TRUE(h.isProblematic());
 }
 
@@ -468,12 +468,15 @@ TEST(HKXHeaderWrite, ResetKontextPair) {
 namespace {
 class CountingServer : public HKTransceiverServerL0 {
  public:
+  explicit CountingServer(HKGavetaScheduler2& scheduler)
+      : HKTransceiverServerL0(scheduler, "client", "server", "hook", nullptr) {}
   void stop() override { ++stops; }
   int stops = 0;
 };
 }  // namespace
 
 TEST(HKXServerHeaderTest, OptionsTypesAndStop) {
+  HKGavetaScheduler2 scheduler;
   HKXServerHeader s(true, HK_PROTO_HTTP);
   EXPECT_TRUE(s.isToBeDeleted());
   EXPECT_EQ(s.getMethod(), HK_SCHEME_POST);
@@ -488,7 +491,7 @@ TEST(HKXServerHeaderTest, OptionsTypesAndStop) {
   EXPECT_FALSE(s.incomingConnection(other));
   EXPECT_FALSE(s.incomingConnection(none));
   s.stop();  // no server: nothing happens
-  auto server = std::make_shared<CountingServer>();
+  auto server = std::make_shared<CountingServer>(scheduler);
   s.setTransceiverServer(server);
   s.stop();
   EXPECT_EQ(server->stops, 1);

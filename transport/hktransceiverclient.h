@@ -1,0 +1,106 @@
+// What a server hands a complete request to, and how answers go back.
+//
+// HKTransceiverClient is connected to one HKTransceiver (the first wins),
+// starts its servers through `receive`, and gets every complete message of
+// them in `onReceived`, on the buffer job of the server that read it.
+// Answers leave through `send` (or `_sendAnswer` for a response to a
+// request), which writes in the calling job.
+//
+// This class holds the transport half only. Routing plugs in at
+// `_virtualPage` (sessions and application pages) and `_cgiOrPage` (stored
+// pages, files, PHP and CGI); both decline in this base, and a request that
+// nothing takes is answered by `_notFound`, which here sends a 404 with an
+// empty body. An application or a test derives and overrides them.
+//
+// Threads: `onReceived` and all below it run in a server's buffer job;
+// several servers may run one client at the same time. The client's lock is
+// held only around sending.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <toviktwo/scheduler/hkjob.h>
+#include <toviktwo/transport/hkservercallback.h>
+
+class HKTovikApplication2;
+class HKTransceiver;
+class HKXHeader;
+class HKXServerHeader;
+
+class HKTransceiverClient : public HKJob {
+ public:
+  // Values of the known-identifier table.
+  static constexpr int32_t kKnownServer = 1;
+  static constexpr int32_t kKnownSent = 2;
+
+  HKTransceiverClient(HKServerCallbackFunction callback, std::map<std::string, std::string> options,
+                      HKTovikApplication2* application);
+  ~HKTransceiverClient() override;
+
+  // ---- routing hooks (declined in this base)
+  // Sessions and application pages; true when the request was answered.
+  virtual bool _virtualPage(const std::string& id, HKXHeader& header);
+  // Stored pages, files, PHP and CGI; true when the request was answered.
+  virtual bool _cgiOrPage(const std::string& id, HKXHeader& header);
+  // The answer to a request nothing took: here a 404 with an empty body.
+  virtual bool _notFound(const std::string& id, HKXHeader& header);
+
+  // ---- answers to client-side messages
+  virtual bool _onReceived_Response_DirectSocket(const std::string& id, HKXHeader& header);
+  // Sets release server; true.
+  virtual bool _onReceived_Response_HTTP(const std::string& id, HKXHeader& header);
+  virtual bool _onReceived_Response_TOVIK(const std::string& id, HKXHeader& header);
+
+  // ---- transport
+  // Sets the transceiver; the first wins (false for another one later).
+  virtual bool connect(HKTransceiver& transceiver);
+  // Clears the transceiver when it is this one.
+  virtual bool disconnect(HKTransceiver& transceiver);
+  virtual void onSent(const unsigned long& count);
+  // Dispatch of a complete message by type and protocol; true when it was
+  // taken (or `id` is unknown), false when it was not.
+  virtual bool onReceived(const std::string& id, HKXHeader& header);
+  virtual void onError(std::string text);
+  // Called when a request's head is complete; false drops it and closes.
+  virtual bool onAuthorize(HKXHeader& header);
+  // Sends through the transceiver; the identifier, or "" with no transceiver.
+  virtual std::string send(std::shared_ptr<HKXHeader> header, bool unused);
+  // Starts a server; its identifier, or "".
+  virtual std::string receive(std::shared_ptr<HKXServerHeader> header);
+
+  // ---- for routing
+  // Sends an answer to `request` with the request's combined task; true when delivered.
+  bool _sendAnswer(HKXHeader& request, std::shared_ptr<HKXHeader> response);
+  HKTransceiver* getTransceiver();
+  HKTovikApplication2* getApplication() const { return _application; }
+  const std::map<std::string, std::string>& getOptions() const { return _options; }
+  // 1 server, 2 sent header, 0 unknown.
+  int32_t knownIdentifier(const std::string& id);
+
+ protected:
+  // Kind 6 with "ctask" leaves that task.
+  bool _messagereceive(HKJobMessage& message) override;
+  virtual bool _onReceived_Request_HTTP(const std::string& id, HKXHeader& header);
+  virtual bool _onReceived_Request_TOVIK(const std::string& id, HKXHeader& header);
+  // A response with `status` and an empty body, sent as an answer to `request`.
+  bool _sendStatus(HKXHeader& request, uint64_t status);
+
+  std::mutex _lock;
+  HKTransceiver* _transceiver = nullptr;  // _lock
+  std::map<std::string, int32_t> _known;  // _lock
+  std::string _baseDirectory;
+  std::string _cgiPrefix = "cgi-bin/";
+  std::string _cgiDirectory = "cgi-bin/";
+  std::string _phpSuffix = ".php";
+  std::string _phpProgram;
+  HKServerCallbackFunction _callback;
+  std::map<std::string, std::string> _options;
+  std::string _commandURL;
+  std::string _sessionKey = "tovikid";
+  std::string _commandKey = "tovikcommand";
+  HKTovikApplication2* _application = nullptr;
+};
