@@ -51,6 +51,17 @@ HKTransceiverServerL1HTTP::HKTransceiverServerL1HTTP(HKGavetaScheduler2& schedul
       kNsPerMs;
 }
 
+HKTransceiverServerL1HTTP::HKTransceiverServerL1HTTP(HKGavetaScheduler2& scheduler, HKXHeader& request,
+                                                     HKTransceiver& transceiver, const std::string& clientId,
+                                                     const std::string& serverId,
+                                                     const std::string& hookService,
+                                                     HKServerCallbackFunction callback,
+                                                     const std::string& type)
+    : HKTransceiverServerL0Socket(scheduler, request, transceiver, clientId, serverId, hookService,
+                                  std::move(callback), type) {
+  _protocol = HK_PROTO_HTTP;
+}
+
 HKTransceiverServerL1HTTP::~HKTransceiverServerL1HTTP() { _shutdownJobs(); }
 
 void HKTransceiverServerL1HTTP::getSignal(const std::string& connectionId) {
@@ -106,7 +117,10 @@ void HKTransceiverServerL1HTTP::_dropHead(const std::string& connectionId) {
 bool HKTransceiverServerL1HTTP::_withinLimits(const HeadInProgress& head, int64_t nowNs) {
   HKXHeader& h = *head.header;
   if (h.isHeadPending()) return head.headBytes <= _maxHeadBytes && nowNs - head.startNs <= _headTimeoutNs;
-  return h.contentLength() <= _maxBodyBytes;
+  // A complete head is what the parser has consumed from the buffer.
+  HKStringBuf* data = h.getDataBuffer();
+  const auto headLength = static_cast<uint64_t>(data->getStartReadout() - data->getStart(0));
+  return headLength <= _maxHeadBytes && h.contentLength() <= _maxBodyBytes;
 }
 
 void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectionId,
@@ -130,15 +144,26 @@ void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectio
     head.headBytes += arrived;
     _addHeadBytes(connectionId, arrived);
   }
-  int result = 1;
-  if (_withinLimits(head, steadyNs()))
-    result = header.parseInputData2([&client](HKXHeader& h) { return client->onAuthorize(h); });
+  // The limits are checked after parsing: bytes that arrive together with
+  // the end of a head belong to the body, not to the head.
+  int result = header.parseInputData2([&client](HKXHeader& h) { return client->onAuthorize(h); });
   // A head or body over its limit ends like a bad message.
   if (result != 1 && !_withinLimits(head, steadyNs())) result = 1;
   if (result == 0) return;
   if (result == 1) {
     _dropHead(connectionId);
     connection->doShutdown();
+    return;
+  }
+  if (!_serverSide) {
+    // What a server sent us that is no answer (a bad status line, garbage)
+    // closes the connection; the pool then ends the request with an error.
+    if (header.getHeaderType() != HK_HEADER_ANSWER) {
+      _dropHead(connectionId);
+      connection->doShutdown();
+    } else {
+      _complete(connectionId, header, *connection, *client);
+    }
     return;
   }
   const bool routable = header.getHeaderType() == HK_HEADER_REQUEST &&
@@ -162,8 +187,14 @@ void HKTransceiverServerL1HTTP::_complete(const std::string& connectionId, HKXHe
     auto it = _heads.find(connectionId);
     if (it != _heads.end()) keep = it->second.header;
   }
+  // An answer on a client-side server belongs to the request it wrote last.
+  std::string target = _serverId;
+  if (!_serverSide) {
+    std::lock_guard<std::recursive_mutex> g(_job_mutex);
+    target = _lastRequest;
+  }
   try {
-    client.onReceived(_serverId, header);
+    client.onReceived(target, header);
   } catch (...) {
     _dropHead(connectionId);
     throw;
@@ -294,6 +325,15 @@ HKTransceiverServerL1DirectSocket::HKTransceiverServerL1DirectSocket(
     const std::string& clientId, const std::string& serverId, const std::string& hookService,
     HKServerCallbackFunction callback, const std::string& type)
     : HKTransceiverServerL0Socket(scheduler, header, transceiver, clientId, serverId, hookService,
+                                  std::move(callback), type) {
+  _protocol = HK_PROTO_SOCKET;
+}
+
+HKTransceiverServerL1DirectSocket::HKTransceiverServerL1DirectSocket(
+    HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+    const std::string& clientId, const std::string& serverId, const std::string& hookService,
+    HKServerCallbackFunction callback, const std::string& type)
+    : HKTransceiverServerL0Socket(scheduler, request, transceiver, clientId, serverId, hookService,
                                   std::move(callback), type) {
   _protocol = HK_PROTO_SOCKET;
 }
