@@ -35,9 +35,10 @@ void setNonBlocking(int fd) {
   if (flags >= 0) fcntl(fd, F_SETFL, flags | O_NONBLOCK);
 }
 
-void setSocketTimeouts(int fd, int seconds) {
+void setSocketTimeouts(int fd, long ms) {
   timeval tv{};
-  tv.tv_sec = seconds;
+  tv.tv_sec = ms / 1000;
+  tv.tv_usec = (ms % 1000) * 1000;
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
   setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &tv, sizeof tv);
 }
@@ -431,14 +432,20 @@ HKTransceiverServerL1_SSLAddon::HKTransceiverServerL1_SSLAddon() {
     _ssl_initialized.fetch_sub(1);
     throw HKException_SSL("problem with SSL method initialization (client)", __LINE__, "src");
   }
+  // Outgoing connections stay at TLS 1.2: a TLS 1.3 server sends its session
+  // tickets after the handshake, and a write that meets them waiting ends the
+  // connection (see _doSendReceive), so that a kept-alive connection of the
+  // pool would not be reused. Pinned by tests/transport/test_webclient_nginx.cpp.
+  SSL_CTX_set_max_proto_version(_ctx, TLS1_2_VERSION);
 }
 
 HKTransceiverServerL1_SSLAddon::HKTransceiverServerL1_SSLAddon(HKXServerHeader& header) : _isServer(true) {
   if (_ssl_initialized.fetch_add(1) == 0) initialiseTLSLibrary();
   _caCertificate = header.getOption("cacertificate", "");
   _privateKey = header.getOption("privatekey", "");
-  _handshakeTimeoutS = static_cast<int>(to_unumber(
-      header.getOption("tls_handshake_timeout", std::to_string(kHandshakeTimeoutS)), kHandshakeTimeoutS));
+  _handshakeTimeoutMs = static_cast<long>(
+      to_unumber(header.getOption("tls_handshake_timeout_ms", std::to_string(kHandshakeTimeoutMs)),
+                 kHandshakeTimeoutMs));
   const char* failure = nullptr;
   if (_caCertificate.empty() || _privateKey.empty()) {
     failure = "can't find ca certificate and/or private key";
@@ -467,7 +474,7 @@ std::shared_ptr<HKTransceiverConnection> HKTransceiverServerL1_SSLAddon::_create
   const int fd = descriptorOf(*socket);
   // The handshake blocks the accept job: the socket's time-outs bound it, so
   // that a client that sends nothing cannot hold the server.
-  if (_isServer) setSocketTimeouts(fd, _handshakeTimeoutS);
+  if (_isServer) setSocketTimeouts(fd, _handshakeTimeoutMs);
   auto connection = std::make_shared<HKTransceiverConnection_SSLAddon>(
       transceiver, id, hookService, info, HKRemoveConnectionSocket, _ctx, fd, _isServer);
   if (_isServer) {

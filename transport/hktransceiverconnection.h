@@ -171,7 +171,7 @@ class HKTransceiverConnection_SSLAddon : public HKTransceiverConnection {
 class HKTransceiverServerL1_SSLAddon {
  public:
   // A TLS handshake that has not finished after this time gives up.
-  static constexpr int kHandshakeTimeoutS = 10;
+  static constexpr long kHandshakeTimeoutMs = 10000;
 
   // Client side: no files.
   HKTransceiverServerL1_SSLAddon();
@@ -188,8 +188,8 @@ class HKTransceiverServerL1_SSLAddon {
                                                                      const std::string& hookService,
                                                                      HKServerCallback_t& info,
                                                                      std::shared_ptr<HKSocketIPvx>& socket);
-  // Seconds a server-side handshake may take (option "tls_handshake_timeout").
-  int handshakeTimeout() const { return _handshakeTimeoutS; }
+  // Milliseconds a server-side handshake may take (option "tls_handshake_timeout_ms").
+  long handshakeTimeout() const { return _handshakeTimeoutMs; }
   // Live add-ons in the process.
   static long liveAddons() { return _ssl_initialized.load(); }
 
@@ -198,7 +198,7 @@ class HKTransceiverServerL1_SSLAddon {
   std::string _caCertificate;
   std::string _privateKey;
   bool _isServer = false;
-  int _handshakeTimeoutS = kHandshakeTimeoutS;
+  long _handshakeTimeoutMs = kHandshakeTimeoutMs;
 
   static std::atomic<long> _ssl_initialized;
 };

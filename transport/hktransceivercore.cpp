@@ -169,6 +169,13 @@ void HKTransceiver::addTransceiverServer(std::shared_ptr<HKTransceiverServerL0> 
   _servers[server->getID()] = std::move(server);
 }
 
+void HKTransceiver::addTransceiverServer(const std::string& id,
+                                         std::shared_ptr<HKTransceiverServerL0> server) {
+  if (!server) return;
+  std::lock_guard<std::recursive_mutex> g(_main_mutex);
+  _servers[id] = std::move(server);
+}
+
 void HKTransceiver::removeServer(const std::string& id) {
   std::shared_ptr<HKTransceiverServerL0> server;
   {

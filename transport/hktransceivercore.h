@@ -83,6 +83,8 @@ class HKTransceiver : public HKJob {
   std::shared_ptr<HKTransceiverClient> resolveTransceiverClient(const std::string& id);
   std::shared_ptr<HKTransceiverServerL0> resolveTransceiverServer(const std::string& id);
   void addTransceiverServer(std::shared_ptr<HKTransceiverServerL0> server);
+  // Files a server under another identifier: a client-side server under its connection's.
+  void addTransceiverServer(const std::string& id, std::shared_ptr<HKTransceiverServerL0> server);
   // Stops the server and removes it with its connections.
   void removeServer(const std::string& id);
   // Tells the server's hook service (kind 5, with "ctask") that it is free.

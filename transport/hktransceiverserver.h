@@ -19,8 +19,9 @@
 // Limits (server options, each with a default that keeps every browser
 // request working): "max_head_bytes" (65536), "max_body_bytes" (64 MiB),
 // "max_connections" (10000), "head_timeout_ms" (30000: a head must be
-// complete within this time of its first byte). A request over a limit
-// closes its connection like any bad message.
+// complete within this time of its first byte), and for HTTPS
+// "tls_handshake_timeout_ms" (10000). A request over a limit closes its
+// connection like any bad message; the other connections are served on.
 #pragma once
 
 #include <atomic>
@@ -230,6 +231,7 @@ class HKTransceiverServerL1HTTP : public HKTransceiverServerL0Socket {
   };
 
   void _idleRound() override;
+  bool _messagereceive(HKJobMessage& message) override;
   HeadInProgress _headFor(const std::string& connectionId, HKTransceiverConnection& connection,
                           HKTransceiverClient& client);
   // Head bytes, head time, body size: false when the message broke a limit.

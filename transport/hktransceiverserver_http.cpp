@@ -69,6 +69,12 @@ void HKTransceiverServerL1HTTP::getSignal(const std::string& connectionId) {
   HKTransceiverServer::getSignal(connectionId);
 }
 
+bool HKTransceiverServerL1HTTP::_messagereceive(HKJobMessage& message) {
+  // A connection that has gone takes its head in progress with it.
+  if (message._type == HKMSG_SOCKET_GONE) _dropHead(message._data);
+  return HKTransceiverServerL0Socket::_messagereceive(message);
+}
+
 size_t HKTransceiverServerL1HTTP::headsInProgress() {
   std::lock_guard<std::recursive_mutex> g(_l1_mutex);
   return _heads.size();
@@ -117,10 +123,7 @@ void HKTransceiverServerL1HTTP::_dropHead(const std::string& connectionId) {
 bool HKTransceiverServerL1HTTP::_withinLimits(const HeadInProgress& head, int64_t nowNs) {
   HKXHeader& h = *head.header;
   if (h.isHeadPending()) return head.headBytes <= _maxHeadBytes && nowNs - head.startNs <= _headTimeoutNs;
-  // A complete head is what the parser has consumed from the buffer.
-  HKStringBuf* data = h.getDataBuffer();
-  const auto headLength = static_cast<uint64_t>(data->getStartReadout() - data->getStart(0));
-  return headLength <= _maxHeadBytes && h.contentLength() <= _maxBodyBytes;
+  return h.contentLength() <= _maxBodyBytes;
 }
 
 void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectionId,
@@ -140,13 +143,18 @@ void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectio
     std::lock_guard<std::mutex> g(header.getMutex());
     arrived = connection->getBytesIn(*header.getDataBuffer());
   }
-  if (header.isHeadPending()) {
-    head.headBytes += arrived;
-    _addHeadBytes(connectionId, arrived);
+  const bool headPending = header.isHeadPending();
+  int result = 1;
+  if (_withinLimits(head, steadyNs()))
+    result = header.parseInputData2([&client](HKXHeader& h) { return client->onAuthorize(h); });
+  if (headPending) {
+    // The bytes of this arrival that went into the head (not those of the body behind it).
+    const unsigned long body = header.isHeadPending() ? 0 : header.getDataBuffer()->getSizeReadable();
+    const unsigned long used = arrived > body ? arrived - body : 0;
+    head.headBytes += used;
+    _addHeadBytes(connectionId, used);
+    if (head.headBytes > _maxHeadBytes) result = 1;
   }
-  // The limits are checked after parsing: bytes that arrive together with
-  // the end of a head belong to the body, not to the head.
-  int result = header.parseInputData2([&client](HKXHeader& h) { return client->onAuthorize(h); });
   // A head or body over its limit ends like a bad message.
   if (result != 1 && !_withinLimits(head, steadyNs())) result = 1;
   if (result == 0) return;
@@ -166,7 +174,7 @@ void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectio
     }
     return;
   }
-  const bool routable = header.getHeaderType() == HK_HEADER_REQUEST &&
+  const bool routable = header.isSet(":first:") && header.getHeaderType() == HK_HEADER_REQUEST &&
                         (header.getMethod() == HK_SCHEME_GET || header.getMethod() == HK_SCHEME_POST);
   if (!routable)
     _refuse(header, *connection, connectionId);

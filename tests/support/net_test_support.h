@@ -180,6 +180,7 @@ class TestClient : public HKTransceiverClient {
     if (_handler) return _handler(*this, header);
     return answer(header, 200, "hello " + header.getURLPath());
   }
+  bool onAuthorize(HKXHeader&) override { return authorize.load(); }
   bool answer(HKXHeader& request, uint64_t status, const std::string& body) {
     auto response = request.createResponseHeader();
     response->getDataBuffer()->stringput(body);
@@ -188,6 +189,7 @@ class TestClient : public HKTransceiverClient {
     return _sendAnswer(request, response);
   }
   std::atomic<int> requests{0};
+  std::atomic<bool> authorize{true};
 
  private:
   Handler _handler;
@@ -233,7 +235,8 @@ class TestServer {
     for (auto& [k, v] : options) header->setOption(k, v);
     serverId = client->receive(header);
     auto server = std::dynamic_pointer_cast<HKTransceiverServerL0Socket>(header->getTransceiverServer());
-    if (server) waitUntil([&] { return server->isListening(); });
+    if (server)
+      waitUntil([&] { return server->isListening() || !reports.ofKind(HK_SERVER_BIND_FAILED).empty(); });
     if (server) port = server->listeningPort();
   }
   ~TestServer() {
