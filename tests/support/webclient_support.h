@@ -38,6 +38,17 @@ class WebClientHarness {
     waitUntil([&] { return client->requestReady(id); }, limit);
     return id;
   }
+  // As fetch, then waits until the pool of the URL's host has taken the
+  // connection back (the pool learns it by a message after the response
+  // has been filed), so that the next request can reuse it.
+  std::string fetchAndSettle(const std::string& url) {
+    const std::string id = fetch(url);
+    HKXRequestHeader probe(HK_SCHEME_GET, false, HK_PROTO_HTTP);
+    probe.setAddress(url, "");
+    auto service = pool(probe.getUniqueURLHostDescriptor());
+    if (service) waitUntil([&] { return service->sizeRunningJobs() == 0; }, std::chrono::milliseconds(5000));
+    return id;
+  }
   bool ready(const std::string& id, std::chrono::milliseconds limit = std::chrono::milliseconds(15000)) {
     return waitUntil([&] { return client->requestReady(id); }, limit);
   }

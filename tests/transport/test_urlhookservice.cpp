@@ -71,7 +71,7 @@ TEST(URLHookService, ARunningRequestCountsAsARunningJob) {
 TEST(URLHookService, IdleHookThatHasTimedOutIsNotReused) {
   TestServer server;
   WebClientHarness web(WebClientHarness::Options{{"request_timeout_ms", "200"}});
-  ASSERT_EQ(web.client->getResponseBody(web.fetch(localURL(server.port, "/1"))), "hello /1");
+  ASSERT_EQ(web.client->getResponseBody(web.fetchAndSettle(localURL(server.port, "/1"))), "hello /1");
   std::this_thread::sleep_for(400ms);
   ASSERT_EQ(web.client->getResponseBody(web.fetch(localURL(server.port, "/2"))), "hello /2");
   EXPECT_EQ(server.reports.ofKind(HK_SERVER_CONNECTED).size(), 2u);

@@ -91,7 +91,7 @@ TEST(WebClient, KeepAliveReusesOneConnectionForSuccessiveRequests) {
   WebClientHarness web;
   constexpr int kRequests = 5;
   for (int i = 0; i < kRequests; ++i) {
-    const std::string id = web.fetch(localURL(server.port, "/k" + std::to_string(i)));
+    const std::string id = web.fetchAndSettle(localURL(server.port, "/k" + std::to_string(i)));
     ASSERT_EQ(web.client->getResponseBody(id), "hello /k" + std::to_string(i));
   }
   EXPECT_EQ(server.client->requests.load(), kRequests);

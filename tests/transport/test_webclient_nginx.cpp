@@ -47,7 +47,7 @@ TEST_F(WebClientNginx, PlainFetchGivesTheFileAsOnDisk) {
 
 TEST_F(WebClientNginx, TlsFetchGivesTheFileAsOnDisk) {
   WebClientHarness web;
-  const std::string id = web.fetch(localURL(_nginx->tlsPort, "/small.txt", "https"));
+  const std::string id = web.fetchAndSettle(localURL(_nginx->tlsPort, "/small.txt", "https"));
   EXPECT_EQ(web.client->getRequestError(id), "");
   EXPECT_EQ(web.client->getResponseBody(id), std::string(1400, 's'));
 }
@@ -56,7 +56,7 @@ TEST_F(WebClientNginx, KeepAliveServesManyRequestsOnFewerConnections) {
   WebClientHarness web;
   constexpr size_t kRequests = 10;
   for (size_t i = 0; i < kRequests; ++i)
-    ASSERT_EQ(web.client->getResponseBody(web.fetch(localURL(_nginx->port, "/small.txt"))),
+    ASSERT_EQ(web.client->getResponseBody(web.fetchAndSettle(localURL(_nginx->port, "/small.txt"))),
               std::string(1400, 's'));
   EXPECT_EQ(_nginx->loggedRequests(), kRequests);
   EXPECT_LT(_nginx->loggedConnections(), kRequests);
@@ -66,8 +66,9 @@ TEST_F(WebClientNginx, TlsKeepAliveServesManyRequestsOnFewerConnections) {
   WebClientHarness web;
   constexpr size_t kRequests = 5;
   for (size_t i = 0; i < kRequests; ++i)
-    ASSERT_EQ(web.client->getResponseBody(web.fetch(localURL(_nginx->tlsPort, "/small.txt", "https"))),
-              std::string(1400, 's'));
+    ASSERT_EQ(
+        web.client->getResponseBody(web.fetchAndSettle(localURL(_nginx->tlsPort, "/small.txt", "https"))),
+        std::string(1400, 's'));
   EXPECT_LT(_nginx->loggedConnections(), kRequests);
 }
 
