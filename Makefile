@@ -21,8 +21,11 @@ build: configure
 test: build
 	cd $(BUILD) && ctest $(CTEST_ARGS)
 
+# Without a display there is no browser to open: the demo then only prints
+# the URL.
+DEMO_ARGS ?= $(if $(DISPLAY)$(WAYLAND_DISPLAY),,--no-browser)
 demo: build
-	$(BUILD)/examples/toviktwo_demo
+	$(BUILD)/examples/toviktwo_demo $(DEMO_ARGS)
 
 asan: deps
 	cmake -S . -B build-asan $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTOVIK_SANITIZE=address -DTOVIK_BUILD_EXAMPLES=OFF

@@ -4,8 +4,7 @@
 #include <toviktwo/foundation/hkexception.h>
 
 HKHTMLKontextN::HKHTMLKontextN(HKTovikApplication2* application, const std::string& mainContextID,
-                               unsigned int, std::string,
-                               std::map<std::string, std::string>& extendedParams)
+                               unsigned int, std::string, std::map<std::string, std::string>& extendedParams)
     : _application(application), _extendedParams(&extendedParams) {
   if (_application == nullptr) throw HKException("App must be defined, but is nullptr", __LINE__, "src");
   SetMainContextID(mainContextID);
@@ -30,3 +29,5 @@ HKGavetaScheduler2& HKHTMLKontextN::getScheduler() {
   if (_application == nullptr) throw HKException("app must be set", __LINE__, "src");
   return _application->getScheduler();
 }
+
+void HKHTMLKontextN::manageRequest(HKXHeader&, HKXResponseHeader&, const std::string&) {}

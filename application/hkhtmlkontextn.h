@@ -12,6 +12,8 @@
 
 class HKTovikApplication2;
 class HKGavetaScheduler2;
+class HKXHeader;
+class HKXResponseHeader;
 
 class HKHTMLKontextN {
  public:
@@ -29,6 +31,9 @@ class HKHTMLKontextN {
   virtual std::string getMainContextID();
   virtual std::map<std::string, int> getContextIDs();
   virtual HKGavetaScheduler2& getScheduler();
+  // Answers a request of this session. MINIMAL until the session contexts
+  // arrive: does nothing, so the response stays at status 500.
+  virtual void manageRequest(HKXHeader& header, HKXResponseHeader& response, const std::string& command);
 
   std::map<std::string, std::string>* getExtendedParams() { return _extendedParams; }
 

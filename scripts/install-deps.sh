@@ -11,7 +11,8 @@ packages=(
   libgtest-dev libbenchmark-dev
   clang libclang-rt-dev
   libxml2-dev libpugixml-dev
-  nodejs chromium
+  php-cgi
+  nodejs chromium nginx-light curl
 )
 
 # npm packages of the browser tests, each folder with its own package.json,

@@ -1,5 +1,6 @@
 #include <toviktwo/transport/hktransceiverclient.h>
 
+#include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/transport/hktransceivercore.h>
 #include <toviktwo/transport/hkxheader.h>
 
@@ -19,20 +20,14 @@ HKTransceiverClient::HKTransceiverClient(HKServerCallbackFunction callback,
     : _callback(std::move(callback)), _options(std::move(options)), _application(application) {
   _baseDirectory = optionOr(_options, "_baseDirectoryHTTP", "");
   _phpProgram = optionOr(_options, "_phpbinname", "php-cgi");
+  _files = HKFileService(_baseDirectory);
+  _cgiTimeout = atof_comma(optionOr(_options, "_cgitimeout", std::to_string(kHKCGIDefaultTimeoutSeconds)));
   _commandURL = optionOr(_options, "_app_context_commandurl", "");
 }
 
 HKTransceiverClient::~HKTransceiverClient() = default;
 
 // ---------------------------------------------------------------- routing hooks
-
-bool HKTransceiverClient::_virtualPage(const std::string&, HKXHeader&) { return false; }
-
-bool HKTransceiverClient::_cgiOrPage(const std::string&, HKXHeader&) { return false; }
-
-bool HKTransceiverClient::_notFound(const std::string&, HKXHeader& header) {
-  return _sendStatus(header, 404);
-}
 
 bool HKTransceiverClient::_onReceived_Response_DirectSocket(const std::string&, HKXHeader&) { return true; }
 

@@ -6,11 +6,13 @@
 // Answers leave through `send` (or `_sendAnswer` for a response to a
 // request), which writes in the calling job.
 //
-// This class holds the transport half only. Routing plugs in at
-// `_virtualPage` (sessions and application pages) and `_cgiOrPage` (stored
-// pages, files, PHP and CGI); both decline in this base, and a request that
-// nothing takes is answered by `_notFound`, which here sends a 404 with an
-// empty body. An application or a test derives and overrides them.
+// Routing (hktransceiverclient_routing.cpp): `_virtualPage` hands requests
+// to the application's sessions, `_cgiOrPage` serves stored pages, files,
+// PHP pages and CGI programs from the base directory ("_baseDirectoryHTTP";
+// empty: no file service), and a request that nothing takes gets the 404
+// page from `_notFound`. CGI and PHP children are stopped after
+// "_cgitimeout" seconds (default 30). An application that wants another
+// mapping derives and overrides them.
 //
 // Threads: `onReceived` and all below it run in a server's buffer job;
 // several servers may run one client at the same time. The client's lock is
@@ -24,6 +26,8 @@
 #include <string>
 
 #include <toviktwo/scheduler/hkjob.h>
+#include <toviktwo/transport/hkcgi.h>
+#include <toviktwo/transport/hkfileservice.h>
 #include <toviktwo/transport/hkservercallback.h>
 
 class HKTovikApplication2;
@@ -41,13 +45,28 @@ class HKTransceiverClient : public HKJob {
                       HKTovikApplication2* application);
   ~HKTransceiverClient() override;
 
-  // ---- routing hooks (declined in this base)
-  // Sessions and application pages; true when the request was answered.
+  // ---- routing
+  // Sessions: a request with a "tovikid" goes to the application's
+  // invokeContext; one without, on exactly the command URL, to a new
+  // context. True when answered; a response left at 500 is not answered.
   virtual bool _virtualPage(const std::string& id, HKXHeader& header);
-  // Stored pages, files, PHP and CGI; true when the request was answered.
+  // "/": index.php, else index.html. Otherwise (first character of the path
+  // removed; a "." there is refused) a stored page, a file (".php" runs
+  // PHP), or below "cgi-bin/" a CGI program. Only regular files inside the
+  // base directory count. True when answered.
   virtual bool _cgiOrPage(const std::string& id, HKXHeader& header);
-  // The answer to a request nothing took: here a 404 with an empty body.
+  // The 404 page ("Error 404 - not found"); true.
   virtual bool _notFound(const std::string& id, HKXHeader& header);
+  // The application's stored page of `path`; false without an application.
+  virtual bool _preloadContent(const std::string& path, const std::string& id, HKXHeader& header);
+  // Runs the PHP program on `script`; false when the script is gone or the
+  // method is neither GET nor POST.
+  virtual bool _phpcall(const std::string& script, const std::string& id, HKXHeader& header);
+  // Runs the CGI program `script`; as _phpcall.
+  virtual bool _cgicall(const std::string& script, const std::string& id, HKXHeader& header);
+  // The CGI environment of the request (see HKFillCGIVariables).
+  virtual bool _fillCGICALLVARS(const std::string& script, std::map<std::string, std::string>& env,
+                                HKXHeader& header);
 
   // ---- answers to client-side messages
   virtual bool _onReceived_Response_DirectSocket(const std::string& id, HKXHeader& header);
@@ -88,6 +107,11 @@ class HKTransceiverClient : public HKJob {
   virtual bool _onReceived_Request_TOVIK(const std::string& id, HKXHeader& header);
   // A response with `status` and an empty body, sent as an answer to `request`.
   bool _sendStatus(HKXHeader& request, uint64_t status);
+  // Status 200 and the file, sent as an answer to `request`.
+  bool _sendFile(const std::string& file, unsigned long size, HKXHeader& request);
+  // `program` with the CGI environment of `script`, the request body on its
+  // input and its output as the answer (status 200, CGI head lines).
+  bool _runChildProgram(const std::string& program, const std::string& script, HKXHeader& request);
 
   std::mutex _lock;
   HKTransceiver* _transceiver = nullptr;  // _lock
@@ -97,6 +121,8 @@ class HKTransceiverClient : public HKJob {
   std::string _cgiDirectory = "cgi-bin/";
   std::string _phpSuffix = ".php";
   std::string _phpProgram;
+  HKFileService _files{std::string()};  // the base directory's servable files
+  double _cgiTimeout = kHKCGIDefaultTimeoutSeconds;
   HKServerCallbackFunction _callback;
   std::map<std::string, std::string> _options;
   std::string _commandURL;

@@ -5,10 +5,13 @@
 #include <sys/socket.h>
 
 #include <chrono>
+#include <exception>
 #include <fstream>
 #include <iostream>
+#include <mutex>
 #include <thread>
 
+#include <toviktwo/foundation/hklogstream.h>
 #include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/transport/hktransceiverclient.h>
 #include <toviktwo/transport/hktransceivercore.h>
@@ -16,6 +19,19 @@
 #include <toviktwo/transport/hkxheader.h>
 
 namespace {
+
+// One log line for a request whose work threw: the server goes on.
+void logRequestFailure(std::exception_ptr failure, const std::string& connectionId) {
+  std::string what = "unknown exception";
+  try {
+    std::rethrow_exception(failure);
+  } catch (const std::exception& e) {
+    what = e.what();
+  } catch (...) {
+  }
+  std::lock_guard<std::mutex> g(__logger.GetMtxOrdem0());
+  __logger.Debugstream(log_default) << "request on " << connectionId << " failed: " << what << std::endl;
+}
 
 using namespace std::chrono_literals;
 
@@ -137,6 +153,7 @@ void HKTransceiverServer::_bufferJob() {
       } catch (...) {
         // Whatever one request does, the server serves on: its connection
         // is closed, and nothing else is touched.
+        logRequestFailure(std::current_exception(), item.first);
         if (HKTransceiver* t = transceiver()) {
           if (auto c = t->resolveTransceiverConnection(item.first)) c->doShutdown();
         }

@@ -7,6 +7,8 @@
 #include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/foundation/hkbuffers.h>
 #include <toviktwo/foundation/hkstringmap.h>
+#include <toviktwo/foundation/hkmappedvalue.h>
+#include <toviktwo/foundation/hkprogrampath.h>
 
 // Scheduling and jobs
 #include <toviktwo/scheduler/hkgavetascheduler2.h>
@@ -32,10 +34,14 @@
 
 // Network transport
 #include <toviktwo/transport/hktransceiver.h>
+#include <toviktwo/transport/hkcgi.h>
+#include <toviktwo/transport/hkerrormsg404.h>
+#include <toviktwo/transport/hkfileservice.h>
 
 // Application frame
 #include <toviktwo/application/hkforthcoming.h>
 #include <toviktwo/application/hktovikinterfaceprops.h>
+#include <toviktwo/application/hkintention.h>
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hktovikapplication2.h>
 #include <toviktwo/application/hkappviewportbase.h>

@@ -255,7 +255,8 @@ TEST(ApplicationFrame, ContextsDieInKeyOrderBeforeTheSchedulerStops) {
       nullptr, attributes);
   while (!inside) std::this_thread::sleep_for(1ms);
   delete app;
-  EXPECT_EQ(log.copy(), (std::vector<std::string>{"app destructor", "context a", "context b", "scheduler stops job"}));
+  EXPECT_EQ(log.copy(),
+            (std::vector<std::string>{"app destructor", "context a", "context b", "scheduler stops job"}));
   delete replaced;  // never owned by the application
 }
 
@@ -296,14 +297,4 @@ TEST(ApplicationFrame, DefaultsOfTheApplicationObject) {
   app.Init();
   app.Run();  // no interfaces: returns at once
   app.Stop();
-}
-
-TEST(ApplicationFrame, RunWithInterfacesIsRefusedUntilTheTransportExists) {
-  HKPersistentAppStorage storage;
-  HKTovikInterfaceProps http("127.0.0.1", 2098, static_cast<HKTovikProtocols_t>(3));
-  HKTovikInterfaceProps https("127.0.0.1", 2099, static_cast<HKTovikProtocols_t>(4), {{"privatekey", "k.pem"}});
-  EXPECT_EQ(https.options.at("privatekey"), "k.pem");
-  EXPECT_EQ(http.client, nullptr);
-  HKTovikApplication2 app(storage, {http, https}, {});
-  EXPECT_THROW(app.Run(), HKException);
 }
