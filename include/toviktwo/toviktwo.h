@@ -46,6 +46,8 @@
 #include <toviktwo/application/hktovikapplication2.h>
 #include <toviktwo/application/hkappviewportbase.h>
 #include <toviktwo/application/hkdhtml.h>
+#include <toviktwo/application/hkserverentry.h>
+#include <toviktwo/application/hkserverentry_c.h>
 
 // Persistence
 
