@@ -14,7 +14,6 @@ packages=(
   chromium zlib1g-dev
   curl openssl nginx-light wrk
   php-cgi
-  chromium
 )
 
 if [ $# -gt 0 ]; then
@@ -30,8 +29,10 @@ done
 
 # The browser tests run on node; a node that is already there (from any
 # source) is kept.
-command -v node >/dev/null 2>&1 || missing+=(nodejs)
-command -v npm >/dev/null 2>&1 || missing+=(npm)
+if [ $# -eq 0 ]; then
+  command -v node >/dev/null 2>&1 || missing+=(nodejs)
+  command -v npm >/dev/null 2>&1 || missing+=(npm)
+fi
 
 if [ ${#missing[@]} -ne 0 ]; then
   echo "installing: ${missing[*]}"
@@ -45,6 +46,6 @@ fi
 # playwright-core for the browser tests, exactly as the lock file says. It
 # drives Debian's chromium; it downloads no browser of its own.
 browser_tests="$(cd "$(dirname "$0")/.." && pwd)/tests/browser"
-if [ ! -d "$browser_tests/node_modules" ]; then
+if [ $# -eq 0 ] && [ ! -d "$browser_tests/node_modules" ]; then
   (cd "$browser_tests" && npm ci --no-audit --no-fund)
 fi

@@ -1,6 +1,7 @@
 // The network transport: sockets, URLs, message heads and blocks,
 // connections, the transceiver hub, the server layers and the client that
-// servers hand their messages to. The chief header of the transport.
+// servers hand their messages to, and the outgoing side (the pool of
+// connections per host and the web client). The chief header of the transport.
 #pragma once
 
 #include <toviktwo/transport/hkmessageblock.h>
@@ -12,4 +13,6 @@
 #include <toviktwo/transport/hktransceivercore.h>
 #include <toviktwo/transport/hktransceiverserver.h>
 #include <toviktwo/transport/hkurl.h>
+#include <toviktwo/transport/hkurlhookservice.h>
+#include <toviktwo/transport/hkwebclient.h>
 #include <toviktwo/transport/hkxheader.h>

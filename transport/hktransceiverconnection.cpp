@@ -438,6 +438,11 @@ HKTransceiverServerL1_SSLAddon::HKTransceiverServerL1_SSLAddon() {
     _ssl_initialized.fetch_sub(1);
     throw HKException_SSL("problem with SSL method initialization (client)", __LINE__, "src");
   }
+  // Outgoing connections stay at TLS 1.2: a TLS 1.3 server sends its session
+  // tickets after the handshake, and a write that meets them waiting ends the
+  // connection (see _doSendReceive), so that a kept-alive connection of the
+  // pool would not be reused. Pinned by tests/transport/test_webclient_nginx.cpp.
+  SSL_CTX_set_max_proto_version(_ctx, TLS1_2_VERSION);
 }
 
 HKTransceiverServerL1_SSLAddon::HKTransceiverServerL1_SSLAddon(HKXServerHeader& header) : _isServer(true) {

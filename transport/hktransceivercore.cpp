@@ -7,12 +7,14 @@
 
 #include <chrono>
 #include <iostream>
+#include <type_traits>
 
 #include <toviktwo/foundation/hkexception.h>
 #include <toviktwo/transport/hktransceiverclient.h>
 #include <toviktwo/transport/hktransceiverconnection.h>
 #include <toviktwo/transport/hktransceiverserver.h>
 #include <toviktwo/transport/hktransportjobs.h>
+#include <toviktwo/transport/hkurlhookservice.h>
 #include <toviktwo/transport/hkxheader.h>
 
 namespace {
@@ -22,6 +24,33 @@ using namespace std::chrono_literals;
 // The epoll tag of the wake-up eventfds; socket tags start at 1.
 constexpr uint64_t kWakeKey = 0;
 constexpr auto kHousekeepingRound = 1000ms;
+constexpr unsigned long kDefaultRequestTimeoutMs = 120000;
+constexpr long kUsPerMs = 1000;
+
+// The hook of one outgoing connection for the protocol; an empty factory
+// for a protocol that has none.
+HKURLHookService::HookFactory hookFactory(HKTovikProtocols_t protocol, HKGavetaScheduler2& scheduler,
+                                          HKTransceiver& transceiver, const std::string& clientId,
+                                          HKServerCallbackFunction callback, long timeoutUs) {
+  auto make = [&scheduler, &transceiver, clientId, callback, timeoutUs](auto* tag, const char* type) {
+    using Hook = std::remove_pointer_t<decltype(tag)>;
+    return HKURLHookService::HookFactory([&scheduler, &transceiver, clientId, callback, timeoutUs, type](
+                                             HKXHeader& request, const std::string& service) {
+      auto hook = std::make_shared<Hook>(scheduler, request, transceiver, clientId,
+                                         request.getUniqueURLHostDescriptor(), service, callback, type);
+      hook->setTimeoutUs(timeoutUs);
+      return std::shared_ptr<HKTransceiverServerL0>(hook);
+    });
+  };
+  switch (protocol) {
+    case HK_PROTO_HTTP: return make(static_cast<HKTransceiverServerL1HTTP*>(nullptr), "HTTP");
+    case HK_PROTO_HTTPS: return make(static_cast<HKTransceiverServerL1HTTPS*>(nullptr), "HTTPS");
+    case HK_PROTO_TOVIK: return make(static_cast<HKTransceiverServerL1TOVIK*>(nullptr), "TOVIK");
+    case HK_PROTO_SOCKET:
+      return make(static_cast<HKTransceiverServerL1DirectSocket*>(nullptr), "DirectSocket");
+    default: return {};
+  }
+}
 
 void addToEpoll(int epoll, int fd, uint32_t events, uint64_t key) {
   epoll_event ev{};
@@ -71,11 +100,18 @@ HKTransceiver::~HKTransceiver() {
     servers.swap(_servers);
     _connections.clear();
   }
+  std::map<std::string, std::shared_ptr<HKURLHookService>> hookServices;
+  {
+    std::lock_guard<std::recursive_mutex> h(_hook_mutex);
+    hookServices.swap(_hooks);
+    _hooksByClient.clear();
+  }
   for (auto& [id, server] : servers) server->stop();
   clients.clear();  // the records stop their server headers
   _clear_tcp();
   _stopNetworkJobs();
-  servers.clear();  // each server waits for its own jobs
+  hookServices.clear();  // the pools stop their hooks
+  servers.clear();       // each server waits for its own jobs
   for (int fd : {_rcv_epoll, _snd_epoll, _rcv_wake, _snd_wake})
     if (fd >= 0) close(fd);
 }
@@ -187,8 +223,51 @@ bool HKTransceiver::_sendto(std::string target, HKJobMessage& message) {
 
 // ---------------------------------------------------------------- send and receive
 
+std::string HKTransceiver::_sendRequest(HKTransceiverClient& client, std::shared_ptr<HKXHeader> header,
+                                        HKServerCallbackFunction callback, const std::string& ctask,
+                                        std::string result) {
+  std::lock_guard<std::recursive_mutex> hooks(_hook_mutex);
+  const std::string descriptor = header->getUniqueURLHostDescriptor();
+  auto& byHost = _hooksByClient[client.getID()];
+  std::shared_ptr<HKURLHookService> service;
+  auto found = byHost.find(descriptor);
+  if (found != byHost.end()) {
+    service = found->second;
+  } else {
+    auto options = client.getOptions();
+    auto timeout = options.find("request_timeout_ms");
+    const long timeoutUs =
+        static_cast<long>(timeout == options.end() ? kDefaultRequestTimeoutMs
+                                                   : to_unumber(timeout->second, kDefaultRequestTimeoutMs)) *
+        kUsPerMs;
+    auto factory = hookFactory(header->getProtocol(), _scheduler, *this, client.getID(), callback, timeoutUs);
+    if (!factory) {
+      std::cout << "unknown protocol!! (2)" << std::endl;
+      return result;
+    }
+    service = std::make_shared<HKURLHookService>(_scheduler, *this, client.getID(), callback, descriptor,
+                                                 std::move(factory));
+    byHost[descriptor] = service;
+    _hooks[service->getID()] = service;
+  }
+  service->joinTask(ctask);
+  header->setCtask(ctask);
+  bool error = false;
+  service->addRequest(header, error, false);
+  return error ? getError() : result;
+}
+
+std::shared_ptr<HKURLHookService> HKTransceiver::hookService(const std::string& clientId,
+                                                             const std::string& descriptor) {
+  std::lock_guard<std::recursive_mutex> hooks(_hook_mutex);
+  auto client = _hooksByClient.find(clientId);
+  if (client == _hooksByClient.end()) return nullptr;
+  auto it = client->second.find(descriptor);
+  return it == client->second.end() ? nullptr : it->second;
+}
+
 std::string HKTransceiver::send(HKTransceiverClient& client, std::shared_ptr<HKXHeader> header,
-                                HKServerCallbackFunction, std::string ctask, bool) {
+                                HKServerCallbackFunction callback, std::string ctask, bool) {
   std::string result = getError();
   std::shared_ptr<HKTransceiverServerL0> server;
   std::shared_ptr<HKTransceiverConnection> connection;
@@ -205,12 +284,8 @@ std::string HKTransceiver::send(HKTransceiverClient& client, std::shared_ptr<HKX
       if (c != _connections.end()) connection = c->second;
     }
   }
-  if (header->getHeaderType() != HK_HEADER_ANSWER) {
-    // Outgoing requests travel through an HKURLHookService, which is not
-    // part of this build: such a request is not delivered.
-    std::lock_guard<std::recursive_mutex> hooks(_hook_mutex);
-    return getError();
-  }
+  if (header->getHeaderType() != HK_HEADER_ANSWER)
+    return _sendRequest(client, header, callback, ctask, result);
   header->setCtask(ctask);
   switch (header->getProtocol()) {
     case HK_PROTO_HTTP:

@@ -77,6 +77,8 @@ class HKTransceiver : public HKJob {
   virtual std::string receive(HKTransceiverClient& client, std::shared_ptr<HKXServerHeader> header,
                               HKServerCallbackFunction callback);
 
+  // The pool of outgoing connections of a client to a host descriptor, or null.
+  std::shared_ptr<HKURLHookService> hookService(const std::string& clientId, const std::string& descriptor);
   std::shared_ptr<HKTransceiverConnection> resolveTransceiverConnection(const std::string& id);
   std::shared_ptr<HKTransceiverClient> resolveTransceiverClient(const std::string& id);
   std::shared_ptr<HKTransceiverServerL0> resolveTransceiverServer(const std::string& id);
@@ -127,6 +129,9 @@ class HKTransceiver : public HKJob {
 
  protected:
   bool _sendto(std::string target, HKJobMessage& message) override;
+  // The request branch of send: through the client's pool for the host.
+  std::string _sendRequest(HKTransceiverClient& client, std::shared_ptr<HKXHeader> header,
+                           HKServerCallbackFunction callback, const std::string& ctask, std::string result);
 
   struct SocketEntry {
     std::shared_ptr<HKSocketIPvx> socket;

@@ -119,6 +119,17 @@ bool HKTransceiverServer::joinTask(const std::string& name) {
   return HKJob::joinTask(name);
 }
 
+std::string HKTransceiverServer::clientConnection() {
+  std::lock_guard<std::recursive_mutex> g(_job_mutex);
+  return _connection;
+}
+
+void HKTransceiverServer::setTimeoutUs(long us) {
+  std::lock_guard<std::recursive_mutex> g(_timer_mutex);
+  _timeout = us;
+  _timer.Restart(us);
+}
+
 std::string HKTransceiverServer::getLastJoinedTask() {
   std::lock_guard<std::recursive_mutex> g(_job_mutex);
   return _lastJoinedTask;
@@ -229,6 +240,19 @@ HKTransceiverServerL0Socket::HKTransceiverServerL0Socket(
   connect(transceiver);
 }
 
+HKTransceiverServerL0Socket::HKTransceiverServerL0Socket(
+    HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+    const std::string& clientId, const std::string& serverId, const std::string& hookService,
+    HKServerCallbackFunction callback, const std::string& type)
+    : HKTransceiverServerL0(scheduler, clientId, serverId, hookService, std::move(callback)),
+      _protocolString(request.getProtocolString()),
+      _type(type),
+      _remoteHost(request.getURLHostPart()),
+      _remotePort(request.getURLPort()) {
+  _serverSide = false;
+  connect(transceiver);
+}
+
 HKTransceiverServerL0Socket::~HKTransceiverServerL0Socket() { _shutdownJobs(); }
 
 void HKTransceiverServerL0Socket::leaveBus() { _shutdownJobs(); }
@@ -246,11 +270,34 @@ std::string HKTransceiverServerL0Socket::_option(const std::string& key, const s
   return it == _options.end() ? fallback : it->second;
 }
 
-bool HKTransceiverServerL0Socket::initService() {
-  if (_serverSide) return _openSocket();
-  // An outgoing connection is opened by the URL hook service, which is not
-  // part of this build.
-  return false;
+bool HKTransceiverServerL0Socket::initService() { return _serverSide ? _openSocket() : _openClientSocket(); }
+
+bool HKTransceiverServerL0Socket::_openClientSocket() {
+  HKTransceiver* t = transceiver();
+  if (t == nullptr || _remoteHost.empty()) return false;
+  auto socket = std::make_shared<HKSocketIPvx>(true);
+  if (socket->Connect(_remoteHost, static_cast<int>(_remotePort)) != 0) return false;
+  if (socket->getDescriptor() < 0 && socket->getDescriptor4() < 0) return false;
+  const int one = 1;
+  setsockopt(descriptorOf(*socket), IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+  HKServerCallback_t info;
+  info.kind = HK_SERVER_CONNECTED;
+  info.map = {{"type", _type},
+              {"hoststring", _remoteHost},
+              {"port", std::to_string(_remotePort)},
+              {"remoteaddress", _remoteHost},
+              {"remoteport", std::to_string(_remotePort)},
+              {"ID", _jobID}};
+  std::shared_ptr<HKTransceiverConnection> connection;
+  try {
+    connection = _createConnection(*t, _jobID, info, socket);
+  } catch (...) {
+    return false;  // a TLS handshake that failed
+  }
+  const std::string id = t->_addTCPSocket(socket, connection);
+  std::lock_guard<std::recursive_mutex> g(_job_mutex);
+  _connection = id;
+  return true;
 }
 
 void HKTransceiverServerL0Socket::stop() {
@@ -372,6 +419,25 @@ HKTransceiverServerL1HTTPS::HKTransceiverServerL1HTTPS(
     : HKTransceiverServerL1HTTP(scheduler, header, transceiver, clientId, serverId, hookService,
                                 std::move(callback), type),
       HKTransceiverServerL1_SSLAddon(header) {
+  _protocol = HK_PROTO_HTTPS;
+}
+
+HKTransceiverServerL1TOVIK::HKTransceiverServerL1TOVIK(
+    HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+    const std::string& clientId, const std::string& serverId, const std::string& hookService,
+    HKServerCallbackFunction callback, const std::string& type)
+    : HKTransceiverServerL1HTTP(scheduler, request, transceiver, clientId, serverId, hookService,
+                                std::move(callback), type) {
+  _protocol = HK_PROTO_TOVIK;
+}
+
+HKTransceiverServerL1HTTPS::HKTransceiverServerL1HTTPS(
+    HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+    const std::string& clientId, const std::string& serverId, const std::string& hookService,
+    HKServerCallbackFunction callback, const std::string& type)
+    : HKTransceiverServerL1HTTP(scheduler, request, transceiver, clientId, serverId, hookService,
+                                std::move(callback), type),
+      HKTransceiverServerL1_SSLAddon() {
   _protocol = HK_PROTO_HTTPS;
 }
 

@@ -81,6 +81,11 @@ class HKTransceiverServer : public HKJobWithTimeout {
   virtual void leaveBus();
 
   const std::string& getAssotiatedHookService() const { return _hookService; }
+  // The one connection of a client-side server; "" until it is open.
+  std::string clientConnection();
+  // Sets the time-out (microseconds): for a client-side server, how long it
+  // waits for a response or stays idle.
+  void setTimeoutUs(long us);
   const std::string& serverIdentifier() const { return _serverId; }
   const std::string& clientIdentifier() const { return _clientId; }
   bool isServerSide() const { return _serverSide.load(); }
@@ -146,11 +151,16 @@ class HKTransceiverServerL0Socket : public HKTransceiverServerL0 {
                               HKTransceiver& transceiver, const std::string& clientId,
                               const std::string& serverId, const std::string& hookService,
                               HKServerCallbackFunction callback, const std::string& type);
+  // One outgoing connection to the request's host and port (client side),
+  // opened by initService.
+  HKTransceiverServerL0Socket(HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+                              const std::string& clientId, const std::string& serverId,
+                              const std::string& hookService, HKServerCallbackFunction callback,
+                              const std::string& type);
   // Stops the accept job and waits for it.
   ~HKTransceiverServerL0Socket() override;
 
-  // Opens the listener (server side); the outgoing connection arrives with
-  // the URL hook service and answers false here.
+  // Opens the listener (server side) or the outgoing connection (client side).
   bool initService() override;
   void leaveBus() override;
   // Clears running: the accept job ends within one poll round.
@@ -169,6 +179,8 @@ class HKTransceiverServerL0Socket : public HKTransceiverServerL0 {
 
  protected:
   bool _openSocket();
+  // Connects to the remote host and files the connection; false on failure.
+  bool _openClientSocket();
   // Stops the accept and buffer jobs and waits for them; every most-derived
   // destructor calls it first, so that no job runs into a part already gone.
   void _shutdownJobs();
@@ -189,6 +201,9 @@ class HKTransceiverServerL0Socket : public HKTransceiverServerL0 {
   std::atomic<bool> _listening{false};
   unsigned long _maxConnections = kDefaultMaxConnections;
   std::shared_ptr<std::atomic<long>> _open = std::make_shared<std::atomic<long>>(0);
+  // Client side: where the outgoing connection goes.
+  std::string _remoteHost;
+  long _remotePort = 0;
 };
 
 // HTTP framing: the read path assembles messages, the write path renders them.
@@ -202,6 +217,11 @@ class HKTransceiverServerL1HTTP : public HKTransceiverServerL0Socket {
                             HKTransceiver& transceiver, const std::string& clientId,
                             const std::string& serverId, const std::string& hookService,
                             HKServerCallbackFunction callback, const std::string& type);
+  // Client side: one outgoing connection.
+  HKTransceiverServerL1HTTP(HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+                            const std::string& clientId, const std::string& serverId,
+                            const std::string& hookService, HKServerCallbackFunction callback,
+                            const std::string& type);
   ~HKTransceiverServerL1HTTP() override;
 
   void _bufferworkfunction(const std::string& connectionId, const std::string& clientId) override;
@@ -245,6 +265,10 @@ class HKTransceiverServerL1TOVIK : public HKTransceiverServerL1HTTP {
                              HKTransceiver& transceiver, const std::string& clientId,
                              const std::string& serverId, const std::string& hookService,
                              HKServerCallbackFunction callback, const std::string& type);
+  HKTransceiverServerL1TOVIK(HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+                             const std::string& clientId, const std::string& serverId,
+                             const std::string& hookService, HKServerCallbackFunction callback,
+                             const std::string& type);
 };
 
 // HTTP over TLS.
@@ -254,6 +278,10 @@ class HKTransceiverServerL1HTTPS : public HKTransceiverServerL1HTTP, public HKTr
                              HKTransceiver& transceiver, const std::string& clientId,
                              const std::string& serverId, const std::string& hookService,
                              HKServerCallbackFunction callback, const std::string& type);
+  HKTransceiverServerL1HTTPS(HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+                             const std::string& clientId, const std::string& serverId,
+                             const std::string& hookService, HKServerCallbackFunction callback,
+                             const std::string& type);
   ~HKTransceiverServerL1HTTPS() override;
   std::shared_ptr<HKTransceiverConnection> _createConnection(HKTransceiver& transceiver,
                                                              const std::string& id, HKServerCallback_t& info,
@@ -264,6 +292,10 @@ class HKTransceiverServerL1HTTPS : public HKTransceiverServerL1HTTP, public HKTr
 class HKTransceiverServerL1DirectSocket : public HKTransceiverServerL0Socket {
  public:
   HKTransceiverServerL1DirectSocket(HKGavetaScheduler2& scheduler, HKXServerHeader& header,
+                                    HKTransceiver& transceiver, const std::string& clientId,
+                                    const std::string& serverId, const std::string& hookService,
+                                    HKServerCallbackFunction callback, const std::string& type);
+  HKTransceiverServerL1DirectSocket(HKGavetaScheduler2& scheduler, HKXHeader& request,
                                     HKTransceiver& transceiver, const std::string& clientId,
                                     const std::string& serverId, const std::string& hookService,
                                     HKServerCallbackFunction callback, const std::string& type);

@@ -51,6 +51,17 @@ HKTransceiverServerL1HTTP::HKTransceiverServerL1HTTP(HKGavetaScheduler2& schedul
       kNsPerMs;
 }
 
+HKTransceiverServerL1HTTP::HKTransceiverServerL1HTTP(HKGavetaScheduler2& scheduler, HKXHeader& request,
+                                                     HKTransceiver& transceiver, const std::string& clientId,
+                                                     const std::string& serverId,
+                                                     const std::string& hookService,
+                                                     HKServerCallbackFunction callback,
+                                                     const std::string& type)
+    : HKTransceiverServerL0Socket(scheduler, request, transceiver, clientId, serverId, hookService,
+                                  std::move(callback), type) {
+  _protocol = HK_PROTO_HTTP;
+}
+
 HKTransceiverServerL1HTTP::~HKTransceiverServerL1HTTP() { _shutdownJobs(); }
 
 void HKTransceiverServerL1HTTP::getSignal(const std::string& connectionId) {
@@ -152,6 +163,17 @@ void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectio
     connection->doShutdown();
     return;
   }
+  if (!_serverSide) {
+    // What a server sent us that is no answer (a bad status line, garbage)
+    // closes the connection; the pool then ends the request with an error.
+    if (header.getHeaderType() != HK_HEADER_ANSWER) {
+      _dropHead(connectionId);
+      connection->doShutdown();
+    } else {
+      _complete(connectionId, header, *connection, *client);
+    }
+    return;
+  }
   const bool routable = header.isSet(":first:") && header.getHeaderType() == HK_HEADER_REQUEST &&
                         (header.getMethod() == HK_SCHEME_GET || header.getMethod() == HK_SCHEME_POST);
   if (!routable)
@@ -173,8 +195,14 @@ void HKTransceiverServerL1HTTP::_complete(const std::string& connectionId, HKXHe
     auto it = _heads.find(connectionId);
     if (it != _heads.end()) keep = it->second.header;
   }
+  // An answer on a client-side server belongs to the request it wrote last.
+  std::string target = _serverId;
+  if (!_serverSide) {
+    std::lock_guard<std::recursive_mutex> g(_job_mutex);
+    target = _lastRequest;
+  }
   try {
-    client.onReceived(_serverId, header);
+    client.onReceived(target, header);
   } catch (...) {
     _dropHead(connectionId);
     throw;
@@ -305,6 +333,15 @@ HKTransceiverServerL1DirectSocket::HKTransceiverServerL1DirectSocket(
     const std::string& clientId, const std::string& serverId, const std::string& hookService,
     HKServerCallbackFunction callback, const std::string& type)
     : HKTransceiverServerL0Socket(scheduler, header, transceiver, clientId, serverId, hookService,
+                                  std::move(callback), type) {
+  _protocol = HK_PROTO_SOCKET;
+}
+
+HKTransceiverServerL1DirectSocket::HKTransceiverServerL1DirectSocket(
+    HKGavetaScheduler2& scheduler, HKXHeader& request, HKTransceiver& transceiver,
+    const std::string& clientId, const std::string& serverId, const std::string& hookService,
+    HKServerCallbackFunction callback, const std::string& type)
+    : HKTransceiverServerL0Socket(scheduler, request, transceiver, clientId, serverId, hookService,
                                   std::move(callback), type) {
   _protocol = HK_PROTO_SOCKET;
 }

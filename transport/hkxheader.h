@@ -23,6 +23,8 @@
 
 class HKHTMLKontextN;
 class HKHTML_Document2;
+class HKHTML_a2;
+class HKHTML_form2;
 class HKTransceiverServerL0;
 
 // The method of a message.
@@ -233,6 +235,13 @@ class HKXRequestHeader : public HKXHeader {
   // Path, host, protocol and port from `url` (relative to `base` when it is
   // no full URL); "/" on "localhost" for an empty `url`. Job state 6.
   void setAddress(const std::string& url, const std::string& base);
+  // The link's href as in setAddress; an empty href gives path "#" on
+  // "localhost". Job state 6.
+  void setData(HKHTML_a2& link, const std::string& base);
+  // The form's action as in setAddress, and its direct "input" children as
+  // the query (method "GET": text and hidden) or as a multipart body (method
+  // "POST": text, hidden, file and blob). Job state 6.
+  void setData(HKHTML_form2& form, const std::string& base);
 };
 
 // The description of a server to be started, with its options.

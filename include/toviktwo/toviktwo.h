@@ -59,6 +59,9 @@
 #include <toviktwo/application/hkhtmlkontextn.h>
 #include <toviktwo/application/hktovikapplication2.h>
 #include <toviktwo/application/hkappviewportbase.h>
+#include <toviktwo/application/hkdhtml.h>
+#include <toviktwo/application/hkserverentry.h>
+#include <toviktwo/application/hkserverentry_c.h>
 
 // Persistence
 #include <toviktwo/persistence/hkstringstorage.h>
