@@ -92,6 +92,7 @@ void catchStopSignals() {
 class DemoConsole : public HKTovikCLAppAddOn {
  public:
   using HKTovikCLAppAddOn::HKTovikCLAppAddOn;
+  bool withHttps = false;  // whether to wait for the HTTPS address as well
 
   long _Xrun() override {
     printWhereToOpen();
@@ -120,13 +121,14 @@ class DemoConsole : public HKTovikCLAppAddOn {
     return false;
   }
 
-  // The servers write the ports they took into the params when they listen.
+  // The servers write the ports they took into the params when they listen;
+  // each interface listens in its own job, so both are waited for.
   void printWhereToOpen() {
     HKTovikApplication2* app = _viewport->GetApplication();
     std::map<std::string, std::string> params;
     for (int i = 0; i < 100 && !signalled; ++i) {
       params = app->getParams();
-      if (params.count("tcp_port_http")) break;
+      if (params.count("tcp_port_http") && (!withHttps || params.count("tcp_port_https"))) break;
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     if (params.count("tcp_port_http"))
@@ -175,6 +177,7 @@ int main(int argc, char** argv) {
       "toviktwo demo", "demo", [&](HKAppViewportBase* v, bool) { return makeApplication(v, options); },
       [](HKPersistentAppStorage&) {});
   DemoConsole console(viewport, argc, argv);
+  console.withHttps = options.https;
   console.XRun();
   std::cout << "bye" << std::endl;
   return 0;  // ~viewport: application (servers, then the scheduler), then storage

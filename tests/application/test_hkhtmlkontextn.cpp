@@ -132,10 +132,13 @@ TEST(HKHTMLKontextN, WidgetPathGoesToTheWidgetManager) {
             "// TovikWidget handler\n// a handler for ghost/onclick was not found.\n");
 }
 
-TEST(HKHTMLKontextN, TemplateFromStoredPagesIsRead) {
+TEST(HKHTMLKontextN, TemplateFromStoredPagesIsReadWithItsVariablesExpanded) {
   TestApplication app;
-  TestSession session(&app, "s1", "<html><body><p id=\"only\">[[x]]</p></body></html>");
-  EXPECT_EQ(Printed(session.getTheDocument()->FindObject("id", "only")), "<p id=\"only\">[[x]]</p>");
+  app.GetAppstorage().SetStringVariable("x", "42");
+  TestSession session(&app, "s1", "<html><body><p id=\"only\">[[x]]</p><p id=\"unknown\">[[y]]</p></body></html>");
+  app.GetAppstorage().RemoveStringVariable("x");
+  EXPECT_EQ(Printed(session.getTheDocument()->FindObject("id", "only")), "<p id=\"only\">42</p>");
+  EXPECT_EQ(Printed(session.getTheDocument()->FindObject("id", "unknown")), "<p id=\"unknown\"></p>");
 }
 
 TEST(HKHTMLKontextN, TemplateFromFileUnderStartpathIsReadAndStartpathIsCreatedWhenMissing) {

@@ -59,7 +59,9 @@ fetch() { curl -s --max-time 30 "$@"; }
 
 # ---- what it serves, and "quit"
 if start; then
-  fetch "http://127.0.0.1:$port/" | grep -q "toviktwo demo" || fail "index page"
+  fetch "http://127.0.0.1:$port/" | grep -q "<title>toviktwo workbench</title>" || fail "session page"
+  fetch "http://127.0.0.1:$port/" | grep -q '^tovikid="[0-9a-f_]*";' || fail "session page without its session id"
+  fetch "http://127.0.0.1:$port/index.html" | grep -q "toviktwo demo" || fail "index page"
   fetch "http://127.0.0.1:$port/style.css" | grep -q "font-family" || fail "style sheet"
   fetch "http://127.0.0.1:$port/logo.svg" | grep -q "<svg" || fail "image"
   fetch "http://127.0.0.1:$port/cgi-bin/hello.sh?from=test" | grep -q "QUERY_STRING: from=test" || fail "CGI"
@@ -88,7 +90,7 @@ if start --https-port 0; then
     [ -n "$hport" ] && break
     sleep 0.1
   done
-  fetch -k "https://127.0.0.1:$hport/" | grep -q "toviktwo demo" || fail "HTTPS index page"
+  fetch -k "https://127.0.0.1:$hport/" | grep -q "<title>toviktwo workbench</title>" || fail "HTTPS session page"
   echo "quit" >&3
   expect_exit0 "quit with HTTPS"
 fi
