@@ -5,12 +5,23 @@
 #     code line) becomes the file's description;
 #   - every other "//" line becomes "///", documenting what follows it;
 #   - a "// comment" after code on the same line documents that member;
-#   - "#" in a comment is escaped, as Doxygen would read "#name" as a link;
+#   - "#" and "<" in a comment are escaped outside `code`, as Doxygen would
+#     read "#name" as a link and "<tag>" as markup;
 #   - section lines ("// ---- reading") stay plain comments;
 #   - the whole file joins the group of its subsystem folder, so that each
 #     subsystem page lists its classes.
 # The file's path is the last argument; `group` is set by make-docs.sh.
 BEGIN { head = 1; opened = 0 }
+function escape(text,    out, i, c, code) {
+  out = ""; code = 0
+  for (i = 1; i <= length(text); i++) {
+    c = substr(text, i, 1)
+    if (c == "`") code = !code
+    else if (!code && (c == "#" || c == "<")) c = "\\" c
+    out = out c
+  }
+  return out
+}
 function open_group() {
   if (!opened && group != "") { print "/** \\addtogroup " group; print " *  @{"; print " */"; opened = 1 }
 }
@@ -19,7 +30,7 @@ function open_group() {
   if (head) {
     if (line ~ /^\/\/ ?/) {
       sub(/^\/\/ ?/, "", line)
-      gsub(/#/, "\\#", line)
+      line = escape(line)
       if (!started) { print "/** \\file"; started = 1 }
       print " * " line
       next
@@ -32,7 +43,7 @@ function open_group() {
   if (line ~ /^[ \t]*\/\/ ----/) { print line; next }
   if (line ~ /^[ \t]*\/\/[^\/]/ || line ~ /^[ \t]*\/\/$/) {
     sub(/\/\//, "///", line)
-    gsub(/#/, "\\#", line)
+    line = escape(line)
     print line
     next
   }
