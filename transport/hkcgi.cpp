@@ -72,10 +72,13 @@ class HKChildLaunch {
 
  private:
   void _buildEnvironment(const std::map<std::string, std::string>& env) {
+    // Each entry is read once: another thread's setenv may put a new string
+    // in its place meanwhile, and a name and value from two strings would be
+    // garbage.
     for (char** e = environ; e && *e; ++e) {
-      const char* eq = std::strchr(*e, '=');
-      const std::string name = eq ? std::string(*e, static_cast<size_t>(eq - *e)) : std::string(*e);
-      if (env.find(name) == env.end()) _envText.emplace_back(*e);
+      const std::string entry = *e;
+      const size_t eq = entry.find('=');
+      if (env.find(entry.substr(0, eq)) == env.end()) _envText.push_back(entry);
     }
     for (const auto& [name, value] : env) _envText.push_back(name + "=" + value);
     for (std::string& s : _envText) _envp.push_back(s.data());

@@ -315,11 +315,15 @@ TEST(HKcgiBinCall2, ChildrenDoNotHangOnLocksOtherThreadsHeldAtForkTime) {
         setenv(name.c_str(), v.back().c_str(), 1);
       }
     });
-  int ok = 0;
-  for (int i = 0; i < 40; ++i) ok += run2(dir / "ok.sh", "", {{"N", std::to_string(i)}}, 5) == "ok\n";
+  std::vector<std::string> wrong;
+  for (int i = 0; i < 40; ++i) {
+    int r = 0;
+    const std::string out = run2(dir / "ok.sh", "", {{"N", std::to_string(i)}}, 5, &r);
+    if (out != "ok\n") wrong.push_back("[" + out + "] return " + std::to_string(r));
+  }
   run = false;
   for (auto& t : busy) t.join();
-  EXPECT_EQ(ok, 40);
+  EXPECT_TRUE(wrong.empty()) << wrong.size() << " children answered wrongly, first: " << wrong.front();
   EXPECT_TRUE(noChildLeft());
 }
 
