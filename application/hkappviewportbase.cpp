@@ -28,6 +28,7 @@ HKTovikApplication2* HKAppViewportBase::main_start_local(bool flag) {
 }
 
 HKAppViewportBase::~HKAppViewportBase() {
+  if (_application != nullptr) _application->closeInterfaces();
   delete _application;
   _application = nullptr;
   delete _storage;

@@ -59,6 +59,7 @@ int StopHTTPserver(void* handle) {
   if (handle == nullptr) return 0;
   auto* entry = static_cast<HKServerEntry*>(handle);
   entry->application->Stop();
+  entry->application->closeInterfaces();
   delete entry->application;
   delete entry;
   return 0;

@@ -3,6 +3,7 @@
 #include <toviktwo/application/hkserverentry_c.h>
 
 #include <exception>
+#include <mutex>
 #include <ostream>
 
 #include <toviktwo/application/hkserverentry.h>
@@ -11,6 +12,7 @@
 namespace {
 
 void logFailure(const char* function, const char* what) {
+  std::lock_guard<std::mutex> g(__logger.GetMtxOrdem0());
   __logger.Debugstream(log_default) << function << ": " << what << std::endl;
 }
 

@@ -42,6 +42,8 @@ HKTovikApplication2::HKTovikApplication2(HKPersistentAppStorage& storage,
 }
 
 HKTovikApplication2::~HKTovikApplication2() {
+  // No request may reach a context while the contexts die.
+  closeInterfaces();
   // Contexts die before the transport and the scheduler do.
   std::lock_guard<std::recursive_mutex> lock(_context_lock);
   for (auto& [id, context] : _contexts) {
@@ -77,6 +79,14 @@ void HKTovikApplication2::Run() {
 }
 
 void HKTovikApplication2::Stop() {}
+
+void HKTovikApplication2::closeInterfaces() {
+  for (HKTovikInterfaceProps& itf : _interfaces) {
+    std::shared_ptr<HKTransceiverClient> client = std::move(itf.client);
+    itf.client.reset();
+    if (client) _transceiver.disconnect(client);
+  }
+}
 
 HKHTMLKontextN* HKTovikApplication2::createNewContext(const std::string&) { return nullptr; }
 

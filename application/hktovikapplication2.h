@@ -52,6 +52,13 @@ class HKTovikApplication2 {
   // at once when there are none.
   virtual void Run();
   virtual void Stop();
+  // Ends every listening interface: its servers stop, their buffer jobs are
+  // waited for, and no request reaches the application from then on. The
+  // viewport calls it before it deletes the application, so that no request
+  // runs into an application whose derived part is already destroyed; an
+  // owner that deletes an application itself should do the same. Calling it
+  // again does nothing.
+  void closeInterfaces();
   // Default: no context. An application returns a usable one.
   virtual HKHTMLKontextN* createNewContext(const std::string& key);
   // Files the context under its main id, replacing (not deleting) whatever

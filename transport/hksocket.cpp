@@ -12,9 +12,23 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <mutex>
 #include <thread>
 
 #include <toviktwo/foundation/hklogstream.h>
+
+namespace {
+
+// One line into the shared log; the log's lock keeps lines of several
+// threads (two servers binding at once) from mixing in its buffer.
+template <typename... Parts>
+void logLine(log_dest dest, const Parts&... parts) {
+  std::lock_guard<std::mutex> g(__logger.GetMtxOrdem0());
+  std::ostream& out = __logger.Debugstream(dest);
+  (out << ... << parts) << std::endl;
+}
+
+}  // namespace
 
 // ---------------------------------------------------------------- HKSocketIPvx
 
@@ -78,7 +92,7 @@ int HKSocketIPvx::BindAndListen(std::string /*host*/, unsigned int& port, int ba
           port = ntohs(bound.ss_family == AF_INET6 ? reinterpret_cast<sockaddr_in6*>(&bound)->sin6_port
                                                    : reinterpret_cast<sockaddr_in*>(&bound)->sin_port);
         }
-        __logger.Debugstream(log_socket) << "bound at port number " << port << std::endl;
+        logLine(log_socket, "bound at port number ", port);
       }
       _port = static_cast<int32_t>(port);
     }
@@ -161,7 +175,7 @@ long HKSocketIPvx::_poll(long ms, int fd) {
   p.fd = fd;
   p.events = POLLIN | POLLPRI;
   const int r = poll(&p, 1, static_cast<int>(ms));
-  if (r < 0) __logger.Debugstream(log_default) << "poll() failed" << std::endl;
+  if (r < 0) logLine(log_default, "poll() failed");
   if (r > 0 && (p.revents & POLLIN)) _readable = true;
   return r;
 }
@@ -217,7 +231,7 @@ HKSocket::~HKSocket() {
     shutdown(_fd, SHUT_RDWR);
     close(_fd);
   }
-  __logger.Debugstream(log_socket) << "socket closed, port " << _port << std::endl;
+  logLine(log_socket, "socket closed, port ", _port);
 }
 
 int HKSocket::BindAndListen(const char* addr, unsigned int& port, int backlog, int wait) {
@@ -232,8 +246,8 @@ int HKSocket::BindAndListen(const char* addr, unsigned int& port, int backlog, i
   setsockopt(_fd, SOL_SOCKET, SO_REUSEADDR, &off, sizeof off);
   int rc = bind(_fd, reinterpret_cast<sockaddr*>(&_addr), sizeof _addr);
   while (wait != 0 && rc != 0) {
-    if (errno == EADDRINUSE) __logger.Debugstream(log_default) << "address in use" << std::endl;
-    __logger.Debugstream(log_default) << "waiting..." << std::endl;
+    if (errno == EADDRINUSE) logLine(log_default, "address in use");
+    logLine(log_default, "waiting...");
     std::this_thread::sleep_for(std::chrono::seconds(1));
     rc = bind(_fd, reinterpret_cast<sockaddr*>(&_addr), sizeof _addr);
   }
@@ -243,7 +257,7 @@ int HKSocket::BindAndListen(const char* addr, unsigned int& port, int backlog, i
     if (getsockname(_fd, reinterpret_cast<sockaddr*>(&bound), &len) == 0) port = ntohs(bound.sin_port);
   }
   _port = static_cast<int>(port);
-  __logger.Debugstream(log_default) << "bound at port number " << port << std::endl;
+  logLine(log_default, "bound at port number ", port);
   if (rc != 0) return rc;
   if (listen(_fd, backlog) != 0) return errno;
   _listening = true;
@@ -264,13 +278,13 @@ int HKSocket::DoAccept(int listener) {
   char host[INET_ADDRSTRLEN] = {0};
   inet_ntop(AF_INET, &peer.sin_addr, host, sizeof host);
   // The port is logged as stored, in network byte order.
-  __logger.Debugstream(log_socket) << "connected with " << host << " on port " << peer.sin_port << std::endl;
+  logLine(log_socket, "connected with ", host, " on port ", peer.sin_port);
   int on = 1;
   socklen_t optlen = sizeof on;
   if (fcntl(_fd, F_SETFL, O_NONBLOCK) != 0 ||
       setsockopt(_fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) != 0 ||
       getsockopt(_fd, SOL_SOCKET, SO_KEEPALIVE, &on, &optlen) != 0)
-    __logger.Debugstream(log_default) << "setsockopt() keepalive  failed" << std::endl;
+    logLine(log_default, "setsockopt() keepalive  failed");
   return _fd;
 }
 
@@ -285,7 +299,7 @@ int HKSocket::Poll(int ms) {
   fds[0].events = POLLIN | POLLPRI | POLLOUT | POLLERR | POLLHUP;
   const int r = poll(fds, 1, ms);
   if (r < 0) {
-    __logger.Debugstream(log_default) << "poll() failed" << std::endl;
+    logLine(log_default, "poll() failed");
     std::cout << "poll() failed" << std::endl;
   } else if (r > 0) {
     const short ev = fds[0].revents;
@@ -327,11 +341,10 @@ int HKSocket::Connect(const char* host, int port) {
   const int e = errno;
   if (rc != 0 && e != EINPROGRESS && e != 0) {
     _lastError = e;
-    __logger.Debugstream(log_default)
-        << "connect error (" << _lastError << ", " << e << ":" << std::strerror(e) << ")" << std::endl;
+    logLine(log_default, "connect error (", _lastError, ", ", e, ":", std::strerror(e), ")");
     return 2;
   }
-  __logger.Debugstream(log_default) << "errno=" << e << std::endl;
+  logLine(log_default, "errno=", e);
   _eos = false;
   return 0;
 }

@@ -215,12 +215,15 @@ void HKTransceiverServerL1HTTP::_complete(const std::string& connectionId, HKXHe
   }
   if (!header.getReleaseServer()) return;
   const std::string path = header.answerPath(1);
-  {
+  HKTransceiver* t = transceiver();
+  if (t == nullptr) return;
+  // The connection is looked up before the job lock is taken: the hub takes
+  // its own lock first and a server's job lock second, never the other way.
+  if (auto c = t->resolveTransceiverConnection(connectionId)) {
     std::lock_guard<std::recursive_mutex> g(_job_mutex);
-    if (HKTransceiver* t = transceiver())
-      if (auto c = t->resolveTransceiverConnection(connectionId)) c->clear();
+    c->clear();
   }
-  if (HKTransceiver* t = transceiver()) t->setServerUnused(path);
+  t->setServerUnused(path);
 }
 
 void HKTransceiverServerL1HTTP::_refuse(HKXHeader& request, HKTransceiverConnection& connection,

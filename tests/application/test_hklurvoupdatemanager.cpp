@@ -30,6 +30,9 @@ class CountedElement : public HKHTML_ElementType0 {
 
 class UpdateTest : public ::testing::Test {
  protected:
+  // Counted deaths of scenarios; the first member, because the session
+  // deletes the scenarios still registered when the fixture ends.
+  int scenarioDeaths = 0;
   TestApplication app;
   TestSession session{&app, "s1"};
   HKLurvoUpdateManager& updates = session.getUpdateManager();
@@ -194,7 +197,7 @@ class NamedScenario : public HKScenario {
 }  // namespace
 
 TEST_F(UpdateTest, ScenarioRegisteredTwiceUnderOneIdDeletesTheFirst) {
-  int deaths = 0;
+  int& deaths = scenarioDeaths;
   EXPECT_EQ(updates.addScenario(new NamedScenario(session, updates, "same", deaths)), "same");
   EXPECT_EQ(updates.addScenario(new NamedScenario(session, updates, "same", deaths)), "same");
   EXPECT_EQ(deaths, 1);
@@ -206,7 +209,7 @@ TEST_F(UpdateTest, ReproduceOfAnUnknownScenarioIsFalse) {
   auto request = hktest::Get("/");
   HKXResponseHeader response(HK_SCHEME_ANSWER, false, HK_PROTO_HTTP);
   EXPECT_FALSE(updates.reproduceScenario("ghost", *request, response, ""));
-  int deaths = 0;
+  int& deaths = scenarioDeaths;
   std::string id = updates.addScenario(new NamedScenario(session, updates, "sc", deaths));
   EXPECT_FALSE(updates.reproduceScenario(id, *request, response, ""));
 }

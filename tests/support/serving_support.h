@@ -2,6 +2,7 @@
 // with one http interface on a free port, and requests made with curl.
 #pragma once
 
+#include <atomic>
 #include <stdio.h>
 #include <sys/wait.h>
 
@@ -53,7 +54,7 @@ class ServingApp : public HKTovikApplication2 {
   }
   void addContext(const std::string& id) { insertNewContext(new EchoContext(this, id, _ext)); }
   std::vector<HKTovikInterfaceProps>& interfaces() { return _interfaces; }
-  int created = 0;
+  std::atomic<int> created{0};
 
  private:
   std::map<std::string, std::string> _ext;
@@ -78,6 +79,9 @@ class ServedSite {
         storage, std::vector<HKTovikInterfaceProps>{HKTovikInterfaceProps("127.0.0.1", 0, HK_PROTO_HTTP)},
         params);
     writeFile(base + "/.keep", "");
+  }
+  ~ServedSite() {
+    if (app) app->closeInterfaces();
   }
   // Starts the servers and waits until the http one listens.
   bool start() {

@@ -299,6 +299,14 @@ TEST(HKcgiBinCall2, ChildThatNeverReadsItsLargeInputDoesNotBlockOrKillTheServer)
   EXPECT_TRUE(noChildLeft());
 }
 
+// The C library's environment lock is invisible to the thread sanitizer,
+// which would take the busy threads' setenv calls for a race of the test.
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kBusyWithTheEnvironment = false;
+#else
+constexpr bool kBusyWithTheEnvironment = true;
+#endif
+
 // Other threads keep the allocator's and the environment's locks busy while
 // children are forked; a child that touched them before exec could hang and
 // would then be killed at the limit with no output.
@@ -312,7 +320,7 @@ TEST(HKcgiBinCall2, ChildrenDoNotHangOnLocksOtherThreadsHeldAtForkTime) {
       const std::string name = "HKCGI_BUSY_" + std::to_string(t);
       for (unsigned long i = 0; run; ++i) {
         std::vector<std::string> v(64, std::string(100 + i % 900, 'y'));
-        setenv(name.c_str(), v.back().c_str(), 1);
+        if (kBusyWithTheEnvironment) setenv(name.c_str(), v.back().c_str(), 1);
       }
     });
   std::vector<std::string> wrong;
