@@ -114,8 +114,11 @@ TEST(ServerLimits, AThousandAbortedConnectionsLeakNoDescriptorAndNoConnection) {
 
   ASSERT_TRUE(waitUntil([&] { return server.transceiver().countSockets() == 0; }));
   EXPECT_TRUE(waitUntil([&] { return countOpenDescriptors() <= before; }));
-  EXPECT_EQ(server.http()->openConnections(), 0);
-  EXPECT_EQ(server.http()->headsInProgress(), 0u);
+  // The last holder of a connection object may be a job that is just
+  // finishing with it: the count reaches zero when that lets go.
+  EXPECT_TRUE(waitUntil([&] { return server.http()->openConnections() == 0; }))
+      << server.http()->openConnections() << " connections still counted";
+  EXPECT_TRUE(waitUntil([&] { return server.http()->headsInProgress() == 0; }));
   EXPECT_NE(server.get("/after").find("HTTP/1.1 200 OK"), std::string::npos);
 }
 
