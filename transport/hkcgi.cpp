@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include <toviktwo/transport/hksigpipehold.h>
 #include <toviktwo/foundation/hkexception.h>
 #include <toviktwo/foundation/hkprogrampath.h>
 #include <toviktwo/transport/hkxheader.h>
@@ -114,35 +115,6 @@ class HKDeadline {
  private:
   bool _limited;
   std::chrono::steady_clock::time_point _end;
-};
-
-// Holds SIGPIPE back in this thread for the time of a call and swallows one
-// that a write to a vanished child raised.
-class HKSigpipeHold {
- public:
-  HKSigpipeHold() {
-    sigemptyset(&_pipeOnly);
-    sigaddset(&_pipeOnly, SIGPIPE);
-    sigset_t pending;
-    sigpending(&pending);
-    _wasPending = sigismember(&pending, SIGPIPE) == 1;
-    pthread_sigmask(SIG_BLOCK, &_pipeOnly, &_old);
-  }
-  HKSigpipeHold(const HKSigpipeHold&) = delete;
-  HKSigpipeHold& operator=(const HKSigpipeHold&) = delete;
-  ~HKSigpipeHold() {
-    if (!_wasPending) {
-      const timespec zero{0, 0};
-      while (sigtimedwait(&_pipeOnly, nullptr, &zero) > 0) {
-      }
-    }
-    pthread_sigmask(SIG_SETMASK, &_old, nullptr);
-  }
-
- private:
-  sigset_t _pipeOnly;
-  sigset_t _old;
-  bool _wasPending = false;
 };
 
 // A started child; whatever happens, it is reaped before this goes.

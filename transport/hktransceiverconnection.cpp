@@ -12,6 +12,7 @@
 
 #include <toviktwo/foundation/hkexception.h>
 #include <toviktwo/foundation/hkstringtools.h>
+#include <toviktwo/transport/hksigpipehold.h>
 #include <toviktwo/transport/hktransceivercore.h>
 #include <toviktwo/transport/hktransportjobs.h>
 #include <toviktwo/transport/hkxheader.h>
@@ -276,6 +277,7 @@ HKTransceiverConnection_SSLAddon::HKTransceiverConnection_SSLAddon(HKTransceiver
     // One blocking call in the accept job; its result is not examined (a
     // failed handshake shows at the first read). The socket's time-outs,
     // set by the caller, bound it.
+    HKSigpipeHold hold;  // a peer gone mid-handshake must not end the program
     SSL_accept(_ssl);
     return;
   }
@@ -289,6 +291,7 @@ HKTransceiverConnection_SSLAddon::HKTransceiverConnection_SSLAddon(HKTransceiver
 }
 
 void HKTransceiverConnection_SSLAddon::_clientHandshake(int fd) {
+  HKSigpipeHold hold;
   setNonBlocking(fd);
   const auto deadline = std::chrono::steady_clock::now() + kConnectDeadline;
   while (std::chrono::steady_clock::now() < deadline) {
@@ -331,6 +334,8 @@ int HKTransceiverConnection_SSLAddon::doReceive(HKSocketIPvx& socket) {
 
 int HKTransceiverConnection_SSLAddon::_doSendReceive(HKSocketIPvx&, bool send) {
   std::lock_guard<std::recursive_mutex> g(_job_mutex);
+  // TLS writes with plain write(2): a peer that has gone raises SIGPIPE.
+  HKSigpipeHold hold;
   if (_ssl == nullptr) return -1;
   // A write that waits for incoming data is retried from the receive side,
   // and then answers 0, which removes the socket: deliberately, the flag is
