@@ -33,8 +33,10 @@ void HKCombinedTask::_enterMemberNL(const std::string& task, HKJob& job) {
   _jobs_of_task[task].insert(job.getID());
 }
 
+// The table operations below take their locks without first yielding the
+// processor: a yield there only cost a system call for every message head
+// and connection on its way through the transport (speed only).
 std::string HKCombinedTask::createCombinedTask(HKJob& job, const std::string& name) {
-  std::this_thread::yield();
   const std::string task = _taskidgen.getID();
   // The queue lock stays held while the member tables change as well: the
   // bus thread reads _members under it.
@@ -46,7 +48,6 @@ std::string HKCombinedTask::createCombinedTask(HKJob& job, const std::string& na
 }
 
 bool HKCombinedTask::joinTask(const std::string& task, HKJob& job) {
-  std::this_thread::yield();
   std::scoped_lock locks(_task_mutex, _queue_mutex);
   if (_task_owner.find(task) == _task_owner.end()) return false;
   _enterMemberNL(task, job);
@@ -79,26 +80,32 @@ void HKCombinedTask::_exitTaskNL(const std::string& task, const std::string& job
   }
 }
 
+// The bus is woken only when leaving queued messages for the remaining
+// members; with nothing queued it has nothing to deliver (speed only).
 void HKCombinedTask::exitTask(const std::string& task, const std::string& jobID) {
-  std::this_thread::yield();
+  bool queued = false;
   {
     std::scoped_lock locks(_task_mutex, _queue_mutex);
+    const uint64_t before = _queue_count;
     _exitTaskNL(task, jobID);
+    queued = _queue_count != before;
   }
-  _wake();
+  if (queued) _wake();
 }
 
 void HKCombinedTask::exitTasks(const std::string& jobID) {
-  std::this_thread::yield();
+  bool queued = false;
   {
     std::scoped_lock locks(_task_mutex, _queue_mutex);
+    const uint64_t before = _queue_count;
     auto tasks = _tasks_of_job.find(jobID);
     if (tasks != _tasks_of_job.end()) {
       const std::set<std::string> copy = tasks->second;
       for (const auto& task : copy) _exitTaskNL(task, jobID);
     }
+    queued = _queue_count != before;
   }
-  _wake();
+  if (queued) _wake();
 }
 
 void HKCombinedTask::sendTo(std::string jobID, HKJobMessage& message) {
