@@ -283,6 +283,8 @@ class HKTransceiverServerL1HTTPS : public HKTransceiverServerL1HTTP, public HKTr
                              const std::string& hookService, HKServerCallbackFunction callback,
                              const std::string& type);
   ~HKTransceiverServerL1HTTPS() override;
+  // Both forms stay callable: the add-on's, and the server's below.
+  using HKTransceiverServerL1_SSLAddon::_createConnection;
   std::shared_ptr<HKTransceiverConnection> _createConnection(HKTransceiver& transceiver,
                                                              const std::string& id, HKServerCallback_t& info,
                                                              std::shared_ptr<HKSocketIPvx>& socket) override;
