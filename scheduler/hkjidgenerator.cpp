@@ -26,18 +26,16 @@ HKJIDGenerator::HKJIDGenerator(const std::string& prefix) : _prefix(prefix) {}
 
 std::string HKJIDGenerator::getID() {
   std::lock_guard<std::mutex> lock(_mutex);
-  const int64_t read = nowNs();
-  std::string id = _prefix + "*" + identityDigits(read);
-  // Hold the lock until the clock has moved on by 2 µs, so that the next
-  // identity falls into another microsecond. A nanosleep would cost 50 µs
-  // or more under the default timer slack; a short watch on the same clock
-  // that was read keeps the guarantee at the stated cost.
-  // Should the clock be set back meanwhile, waiting can't help: stop then.
-  for (;;) {
-    const int64_t now = nowNs();
-    if (now - read >= 2000 || now < read) break;
-  }
-  return id;
+  // The next identity falls into another microsecond: its clock reading is
+  // at least 2 µs after the last one. Waiting before a reading that comes
+  // too soon, instead of after every reading, gives the same guarantee and
+  // costs nothing when identities are made less often than every 2 µs
+  // (speed only). Should the clock be set back, waiting can't help: the
+  // reading is taken as it is.
+  int64_t read = nowNs();
+  while (read - _lastRead < 2000 && read >= _lastRead) read = nowNs();
+  _lastRead = read;
+  return _prefix + "*" + identityDigits(read);
 }
 
 std::string HKJIDGenerator::getAnyString(const std::string& prefix) {

@@ -2,10 +2,12 @@
 //
 // An identity is the prefix, "*", the microseconds within the present second
 // padded to 7 digits and the seconds since the epoch padded to 11 digits,
-// e.g. "_job*012345601700000000". The generator holds its lock for 2 µs
-// after reading the clock, so two identities from one generator differ.
+// e.g. "_job*012345601700000000". Two readings of the clock by one
+// generator lie at least 2 µs apart, so two identities from one generator
+// differ.
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 
@@ -23,4 +25,5 @@ class HKJIDGenerator {
  private:
   std::mutex _mutex;
   std::string _prefix;
+  int64_t _lastRead = 0;  // nanoseconds of the clock reading of the last identity
 };

@@ -103,7 +103,7 @@ void HKXRequestHeader::setData(HKHTML_a2& link, const std::string& base) {
     return;
   }
   std::lock_guard<std::mutex> g(_lock);
-  _urlPath = "#";
+  _urlPath.assign(1, '#');  // not `= "#"`: g++ 12 -O3 warns falsely (-Wrestrict) on that
   _urlHostPart = "localhost";
   _headerType = HK_HEADER_REQUEST;
   setJobState(kJobStateReady);
