@@ -27,6 +27,7 @@
 #include <toviktwo/xml/hkxmlcontentsplitter.h>
 #include <toviktwo/xml/hkdtdelementreader.h>
 #include <toviktwo/xml/hkxmldatum.h>
+#include <toviktwo/xml/hkxmlnodepool.h>
 
 // Documents
 #include <toviktwo/documents/css/hkcss.h>
@@ -45,10 +46,24 @@
 #include <toviktwo/documents/charts/hkcoordinatesystem.h>
 
 // Network transport
+#include <toviktwo/transport/hkprotocols.h>
+#include <toviktwo/transport/hksocket.h>
+#include <toviktwo/transport/hkurl.h>
+#include <toviktwo/transport/hkxheader.h>
+#include <toviktwo/transport/hkmessageblock.h>
+#include <toviktwo/transport/hkservercallback.h>
+#include <toviktwo/transport/hksigpipehold.h>
+#include <toviktwo/transport/hktransportjobs.h>
+#include <toviktwo/transport/hktransceiverconnection.h>
+#include <toviktwo/transport/hktransceivercore.h>
+#include <toviktwo/transport/hktransceiverserver.h>
+#include <toviktwo/transport/hktransceiverclient.h>
 #include <toviktwo/transport/hktransceiver.h>
 #include <toviktwo/transport/hkcgi.h>
 #include <toviktwo/transport/hkerrormsg404.h>
 #include <toviktwo/transport/hkfileservice.h>
+#include <toviktwo/transport/hkurlhookservice.h>
+#include <toviktwo/transport/hkwebclient.h>
 
 // Application frame
 #include <toviktwo/application/hktovikinterfaceprops.h>
@@ -71,6 +86,8 @@
 #include <toviktwo/persistence/hksmallxmltable.h>
 
 // Device variables
+#include <toviktwo/devices/hkmutexend.h>
+#include <toviktwo/devices/hkboxmutex.h>
 #include <toviktwo/devices/hkmessage.h>
 #include <toviktwo/devices/hkdevice_w_queue.h>
 #include <toviktwo/devices/hkvartype.h>
@@ -79,4 +96,6 @@
 #include <toviktwo/devices/hkdynamicvariable.h>
 #include <toviktwo/devices/hkdynamicvariableset.h>
 #include <toviktwo/devices/hkvarconfigaddress.h>
+#include <toviktwo/devices/hkvariableconfiguration.h>
+#include <toviktwo/devices/hkdriverconnectmessage.h>
 #include <toviktwo/devices/hkdriverconnector.h>
