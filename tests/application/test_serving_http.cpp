@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -260,6 +261,30 @@ TEST(ServingApplication, ThrowingHandlerClosesThatConnectionAndTheServerServesOn
   for (int i = 0; i < 3; ++i) EXPECT_EQ(site.fetch("/ok.txt").body, "ok");
 }
 
+void expectClosedAndServingOn(ServedSite& site, const std::string& path, const std::string& args) {
+  const Reply r = site.fetch(path, args, 10);
+  EXPECT_EQ(r.status, 0) << path;
+  EXPECT_NE(r.curlExit, 28) << path;  // closed, not left waiting
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(site.fetch("/ok.txt").body, "ok") << path;
+}
+
+TEST(ServingApplication, ThrowingPreloadClosesThatConnectionAndTheServerServesOn) {
+  ServedSite site;
+  writeFile(site.base + "/ok.txt", "ok");
+  ASSERT_TRUE(site.start());
+  expectClosedAndServingOn(site, "/stored/boom", "");
+  EXPECT_EQ(site.fetch("/stored/page").body, "stored stored/page");
+}
+
+TEST(ServingApplication, ThrowingContextClosesThatConnectionAndTheServerServesOn) {
+  ServedSite site;
+  site.app->addContext("sess1");
+  writeFile(site.base + "/ok.txt", "ok");
+  ASSERT_TRUE(site.start());
+  expectClosedAndServingOn(site, "/x", "--data 'tovikid=sess1&tovikcommand=throw'");
+  EXPECT_EQ(site.fetch("/x?tovikid=sess1&tovikcommand=show").body, "context sess1 command=show field=");
+}
+
 // ---- CGI programs
 
 TEST(ServingCgi, MissingCgiProgramGivesThe404Page) {
@@ -305,6 +330,66 @@ TEST(ServingCgi, ScriptPastTheTimeLimitIsKilledAndTheAnswerIsWhatItWrote) {
   EXPECT_EQ(r.body, "before\n");
   EXPECT_EQ(site.fetch("/ok.txt").body, "ok");
   EXPECT_TRUE(noChildLeft());
+}
+
+TEST(ServingCgi, ScriptOutputLongerThan2048BytesArrivesWholeAndInOrder) {
+  ServedSite site;
+  writeExecutable(site.base + "/cgi-bin/long.sh",
+                  "#!/bin/sh\nprintf 'Content-Type: text/plain\\r\\n\\r\\n'\n"
+                  "i=0; while [ $i -lt 2000 ]; do printf '%05d\\n' $i; i=$((i+1)); done\n");
+  ASSERT_TRUE(site.start());
+  const Reply r = site.fetch("/cgi-bin/long.sh");
+  std::string expected;
+  char line[16];
+  for (int i = 0; i < 2000; ++i) {
+    std::snprintf(line, sizeof line, "%05d\n", i);
+    expected += line;
+  }
+  EXPECT_EQ(r.status, 200);
+  EXPECT_EQ(r.body, expected);
+}
+
+TEST(ServingCgi, ScriptWithoutOutputGivesAnEmptyAnswerAndTheServerServesOn) {
+  ServedSite site;
+  writeExecutable(site.base + "/cgi-bin/quiet.sh", "#!/bin/sh\nexit 0\n");
+  writeFile(site.base + "/ok.txt", "ok");
+  ASSERT_TRUE(site.start());
+  const Reply r = site.fetch("/cgi-bin/quiet.sh", "", 10);
+  EXPECT_NE(r.curlExit, 28);  // answered or closed, never left waiting
+  EXPECT_TRUE(r.body.empty()) << r.body;
+  EXPECT_EQ(site.fetch("/ok.txt").body, "ok");
+  EXPECT_TRUE(noChildLeft());
+}
+
+// The names keep their dashes (the shell would hide such names from env).
+TEST(ServingCgi, ScriptGetsExactlyTheCgiEnvironmentOfAGet) {
+  ServedSite site;
+  writeExecutable(site.base + "/cgi-bin/env.sh",
+                  "#!/bin/sh\nprintf 'Content-Type: text/plain\\r\\n\\r\\n'\n"
+                  "tr '\\0' '\\n' < /proc/$$/environ | grep -E "
+                  "'^(HTTP_|REQUEST_METHOD=|QUERY_STRING=|CONTENT_|REDIRECT_STATUS=|SCRIPT_FILENAME=)'"
+                  " | sort\n");
+  ASSERT_TRUE(site.start());
+  const Reply r = site.fetch("/cgi-bin/env.sh?q=1", "-H 'User-Agent:' -H 'Accept:' -H 'X-Mine: v'");
+  EXPECT_EQ(r.body, "HTTP_HOST=127.0.0.1:" + site.port +
+                        "\nHTTP_X-MINE=v\nQUERY_STRING=q=1\n"
+                        "REDIRECT_STATUS=CGI\nREQUEST_METHOD=GET\nSCRIPT_FILENAME=" +
+                        site.base + "/cgi-bin/env.sh\n");
+}
+
+TEST(ServingCgi, ScriptGetsExactlyTheCgiEnvironmentOfAPost) {
+  ServedSite site;
+  writeExecutable(
+      site.base + "/cgi-bin/env.sh",
+      "#!/bin/sh\nprintf 'Content-Type: text/plain\\r\\n\\r\\n'\n"
+      "env | grep -E '^(REQUEST_METHOD=|QUERY_STRING=|CONTENT_|REDIRECT_STATUS=|SCRIPT_FILENAME=)'"
+      " | sort\n");
+  ASSERT_TRUE(site.start());
+  const Reply r = site.fetch("/cgi-bin/env.sh", "--data 'a=1'");
+  EXPECT_EQ(r.body,
+            "CONTENT_LENGTH=3\nCONTENT_TYPE=application/x-www-form-urlencoded\n"
+            "REDIRECT_STATUS=CGI\nREQUEST_METHOD=POST\nSCRIPT_FILENAME=" +
+                site.base + "/cgi-bin/env.sh\n");
 }
 
 // ---- PHP pages

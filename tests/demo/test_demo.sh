@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The example application from the outside: its command line, what it
-# serves (file, CGI, PHP, 404, HTTPS with a self-made certificate), and that
-# it ends with exit code 0 on "quit", end of input, SIGINT and SIGTERM.
+# serves (file, CGI, PHP, 404, HTTPS with a self-made certificate), --root
+# and --cgi-timeout, and that it ends with exit code 0 on "quit", end of
+# input, SIGINT and SIGTERM.
 # Usage: test_demo.sh <path of toviktwo_demo>
 set -u
 demo=$(realpath "$1")
@@ -80,6 +81,23 @@ if start; then exec 3>&-; expect_exit0 "end of input"; fi
 for sig in INT TERM; do
   if start; then kill -"$sig" "$pid"; expect_exit0 "SIG$sig"; exec 3>&-; fi
 done
+
+# ---- --root and --cgi-timeout: another folder, and a CGI script cut off
+mkdir -p "$work/root/cgi-bin"
+echo "from the other root" > "$work/root/mine.txt"
+printf '#!/bin/sh\nprintf "Content-Type: text/plain\\r\\n\\r\\nbefore\\n"\nsleep 30\necho after\n' \
+  > "$work/root/cgi-bin/slow.sh"
+chmod +x "$work/root/cgi-bin/slow.sh"
+if start --root "$work/root" --cgi-timeout 1; then
+  [ "$(fetch "http://127.0.0.1:$port/mine.txt")" = "from the other root" ] || fail "--root"
+  [ "$(curl -s -o /dev/null -w '%{http_code}' --max-time 10 "http://127.0.0.1:$port/index.html")" = 404 ] ||
+    fail "--root still serves the demo's own folder"
+  began=$(date +%s)
+  [ "$(fetch --max-time 20 "http://127.0.0.1:$port/cgi-bin/slow.sh")" = "before" ] || fail "--cgi-timeout answer"
+  [ $(($(date +%s) - began)) -lt 15 ] || fail "--cgi-timeout did not stop the script"
+  echo "quit" >&3
+  expect_exit0 "quit with --root"
+fi
 
 # ---- HTTPS with a self-signed pair made at first start
 if start --https-port 0; then

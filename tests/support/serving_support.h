@@ -22,13 +22,14 @@
 namespace tovik_test {
 
 // A session that answers with what it was given; the command "leave"
-// leaves the response at status 500.
+// leaves the response at status 500, the command "throw" throws.
 class EchoContext : public HKHTMLKontextN {
  public:
   EchoContext(HKTovikApplication2* app, const std::string& id, std::map<std::string, std::string>& ext)
       : HKHTMLKontextN(app, id, 0, "", ext) {}
   void manageRequest(HKXHeader& header, HKXResponseHeader& response, const std::string& command) override {
     if (command == "leave") return;
+    if (command == "throw") throw HKException("context throws", __LINE__, "src");
     std::string field;
     header.getFormString("field", field);
     response.setHTTPResponse200("context " + getMainContextID() + " command=" + command + " field=" + field);
@@ -36,7 +37,8 @@ class EchoContext : public HKHTMLKontextN {
 };
 
 // Makes EchoContexts on the command URL, answers the stored page
-// "stored/page", and throws for the path "boom".
+// "stored/page", and throws for the path "boom" (while asking) and for
+// the stored page "stored/boom" (while answering).
 class ServingApp : public HKTovikApplication2 {
  public:
   using HKTovikApplication2::HKTovikApplication2;
@@ -46,9 +48,10 @@ class ServingApp : public HKTovikApplication2 {
   }
   bool isPreloadContent(const std::string& path, HKXHeader&) override {
     if (path == "boom") throw HKException("boom", __LINE__, "src");
-    return path == "stored/page";
+    return path == "stored/page" || path == "stored/boom";
   }
   bool preloadContent(const std::string& path, HKXResponseHeader& response) override {
+    if (path == "stored/boom") throw HKException("preload throws", __LINE__, "src");
     response.setHTTPResponse200("stored " + path);
     return true;
   }
