@@ -40,7 +40,7 @@ tsan: deps
 sanitize: asan tsan
 
 bench: deps
-	cmake -S . -B build-bench $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTOVIK_BUILD_BENCH=ON -DTOVIK_BUILD_TESTS=OFF -DTOVIK_BUILD_EXAMPLES=OFF
+	cmake -S . -B build-bench $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTOVIK_BUILD_BENCH=ON -DTOVIK_BUILD_TESTS=OFF -DTOVIK_BUILD_EXAMPLES=ON
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b; done
 	@bash bench/http_load.sh build-bench
