@@ -153,6 +153,37 @@ try {
   await waitText(page, '#taskprogress .label', 'done');
   assert.match(await text(page, '#echo'), /hello/);
 
+  // The widget script evaluates an answer unless "<!" starts within its
+  // first eleven characters (an HTML page sent by mistake is not run).
+  const evaluated = await page.evaluate(() => {
+    window.late = 0;
+    window.ea = 0;
+    tovikwidgetsuccess.call({ responseText: 'late=1;    <!-- "<!" at index 11' });
+    tovikwidgetsuccess.call({ responseText: 'ea=1;<!-- "<!" at index 5, the sixth character' });
+    return [window.late, window.ea];
+  });
+  assert.deepEqual(evaluated, [1, 0]);
+
+  // The update script copies only DIV children of "novidade" onto elements
+  // that the live page holds; anything else in the answer is ignored.
+  const copied = await page.evaluate(() => {
+    const real = xmlhttp_tu;
+    xmlhttp_tu = {
+      readyState: 4, status: 200,
+      responseText: '<html><body><div id="novidade" lurvoref="_none_" lurvofim="sim" lurvoupdatetime="0">' +
+        '<div id="echo">from the channel</div><span id="count">not a div</span>' +
+        '<div id="no-such-element">lost</div></div></body></html>',
+    };
+    try {
+      real.onreadystatechange();
+    } finally {
+      xmlhttp_tu = real;
+    }
+    return [document.getElementById('echo').textContent, document.getElementById('count').textContent,
+            document.getElementById('no-such-element')];
+  });
+  assert.deepEqual(copied, ['from the channel', '3', null]);
+
   // Opening the page with its id reaches the same session from another tab.
   const again = watch(await context.newPage(), 'page opened by id');
   await again.goto(`${base}/?tovikid=${encodeURIComponent(id)}`);
