@@ -4,9 +4,12 @@
 // page error or console error fails the test. The screenshot is kept as an
 // artifact in the build folder.
 //
-//   node session.test.mjs SERVER TEMPLATE_DIR ARTIFACT_DIR
-// SERVER is started with TEMPLATE_DIR, prints "port N" and ends when its
-// standard input closes. Exit code 77: skipped (chromium or playwright-core missing).
+//   node session.test.mjs DEMO ARTIFACT_DIR
+// DEMO is the example application toviktwo_demo: it is started with
+// "--port 0 --no-browser" in a temporary folder, its address is read from the
+// line it prints, and it is ended with "quit" on its standard input; a demo
+// that does not end by itself within a bounded wait is killed and the test
+// fails. Exit code 77: skipped (chromium or playwright-core missing).
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { existsSync, mkdtempSync, rmSync } from 'node:fs';
@@ -15,7 +18,8 @@ import { join } from 'node:path';
 
 const CHROMIUM = '/usr/bin/chromium';
 const SKIP = 77;
-const [server, templateDir, artifactDir] = process.argv.slice(2);
+const [demo, artifactDir] = process.argv.slice(2);
+const QUIT_WAIT_MS = 10000;
 
 function skip(why) {
   console.log(`browser test skipped: ${why}`);
@@ -30,19 +34,33 @@ try {
   skip('playwright-core is missing (run npm ci in tests/browser, as scripts/install-deps.sh does)');
 }
 
-// Starts the server and resolves with its port and a stop function.
-function startServer() {
-  const child = spawn(server, [templateDir], { stdio: ['pipe', 'pipe', 'inherit'] });
+// Starts the demo in its own folder and resolves with its port and a stop
+// function; stop() sends "quit" and resolves with the exit code, killing the
+// demo (and failing) if it has not ended within QUIT_WAIT_MS.
+function startDemo(folder) {
+  const child = spawn(demo, ['--port', '0', '--no-browser'], { cwd: folder, stdio: ['pipe', 'pipe', 'inherit'] });
+  let exited = null;
+  const ended = new Promise((resolve) => child.on('exit', (code, signal) => { exited = { code, signal }; resolve(exited); }));
+  const stop = async () => {
+    if (exited) return exited;
+    child.stdin.end('quit\n');
+    const timer = new Promise((resolve) => setTimeout(() => resolve(null), QUIT_WAIT_MS));
+    const result = await Promise.race([ended, timer]);
+    if (result) return result;
+    child.kill('SIGKILL');
+    await ended;
+    return { code: null, signal: 'SIGKILL (did not end on quit)' };
+  };
   return new Promise((resolve, reject) => {
     let out = '';
-    const timer = setTimeout(() => reject(new Error('server did not report its port')), 10000);
-    child.on('exit', (code) => reject(new Error(`server ended early with ${code}`)));
+    const timer = setTimeout(() => { stop(); reject(new Error(`demo did not print its address: ${out}`)); }, 10000);
+    ended.then((e) => { clearTimeout(timer); reject(new Error(`demo ended early with ${e.code}: ${out}`)); });
     child.stdout.on('data', (chunk) => {
       out += chunk;
-      const m = out.match(/port (\d+)/);
+      const m = out.match(/^toviktwo demo: open http:\/\/127\.0\.0\.1:(\d+)\/$/m);
       if (!m) return;
       clearTimeout(timer);
-      resolve({ port: Number(m[1]), stop: () => { child.stdin.end(); child.kill('SIGTERM'); } });
+      resolve({ port: Number(m[1]), stop });
     });
   });
 }
@@ -60,8 +78,16 @@ async function waitText(page, selector, expected) {
                              [selector, expected], { timeout: 10000 });
 }
 
-const { port, stop } = await startServer();
+const folder = mkdtempSync(join(tmpdir(), 'toviktwo-demo-browser-'));
 const profile = mkdtempSync(join(tmpdir(), 'toviktwo-chromium-'));
+let port, stop;
+try {
+  ({ port, stop } = await startDemo(folder));
+} catch (e) {
+  rmSync(folder, { recursive: true, force: true });
+  rmSync(profile, { recursive: true, force: true });
+  throw e;
+}
 const base = `http://127.0.0.1:${port}`;
 let context;
 try {
@@ -127,6 +153,37 @@ try {
   await waitText(page, '#taskprogress .label', 'done');
   assert.match(await text(page, '#echo'), /hello/);
 
+  // The widget script evaluates an answer unless "<!" starts within its
+  // first eleven characters (an HTML page sent by mistake is not run).
+  const evaluated = await page.evaluate(() => {
+    window.late = 0;
+    window.ea = 0;
+    tovikwidgetsuccess.call({ responseText: 'late=1;    <!-- "<!" at index 11' });
+    tovikwidgetsuccess.call({ responseText: 'ea=1;<!-- "<!" at index 5, the sixth character' });
+    return [window.late, window.ea];
+  });
+  assert.deepEqual(evaluated, [1, 0]);
+
+  // The update script copies only DIV children of "novidade" onto elements
+  // that the live page holds; anything else in the answer is ignored.
+  const copied = await page.evaluate(() => {
+    const real = xmlhttp_tu;
+    xmlhttp_tu = {
+      readyState: 4, status: 200,
+      responseText: '<html><body><div id="novidade" lurvoref="_none_" lurvofim="sim" lurvoupdatetime="0">' +
+        '<div id="echo">from the channel</div><span id="count">not a div</span>' +
+        '<div id="no-such-element">lost</div></div></body></html>',
+    };
+    try {
+      real.onreadystatechange();
+    } finally {
+      xmlhttp_tu = real;
+    }
+    return [document.getElementById('echo').textContent, document.getElementById('count').textContent,
+            document.getElementById('no-such-element')];
+  });
+  assert.deepEqual(copied, ['from the channel', '3', null]);
+
   // Opening the page with its id reaches the same session from another tab.
   const again = watch(await context.newPage(), 'page opened by id');
   await again.goto(`${base}/?tovikid=${encodeURIComponent(id)}`);
@@ -145,16 +202,27 @@ try {
   await other.reload();
   await waitText(other, '#count', '1');
 
-  // An unknown id falls through to the 404 page.
+  // An unknown id reaches no session: the request falls through to the
+  // demo's folder of files, which answers "/" with its index page, and a
+  // path the folder does not hold with the 404 page.
   const gone = await context.newPage();
-  const answer = await gone.goto(`${base}/?tovikid=no-such-session`);
-  assert.equal(answer.status(), 404);
+  const fallen = await gone.goto(`${base}/?tovikid=no-such-session`);
+  assert.equal(fallen.status(), 200);
+  assert.equal(await gone.title(), 'toviktwo demo');
+  const missing = await gone.goto(`${base}/no-such-page?tovikid=no-such-session`);
+  assert.equal(missing.status(), 404);
+  assert.match(await gone.content(), /Error 404 - not found/);
   await gone.close();
 
   assert.deepEqual(problems, [], 'no page or console errors');
   console.log(`browser test passed; screenshots in ${artifactDir}`);
 } finally {
   if (context) await context.close();
-  stop();
+  const end = await stop();
   rmSync(profile, { recursive: true, force: true });
+  rmSync(folder, { recursive: true, force: true });
+  if (end.code !== 0) {
+    console.error(`the demo did not end cleanly on "quit": ${JSON.stringify(end)}`);
+    process.exitCode = 1;
+  }
 }
