@@ -8,6 +8,7 @@
 #include <toviktwo/application/hkserverentry.h>
 #include <toviktwo/application/hkserverentry_c.h>
 #include <toviktwo/foundation/hkexception.h>
+#include <toviktwo/persistence/hkpersistentappstorage.h>
 #include "../support/http_peers.h"
 
 using namespace tovik_test;
@@ -98,4 +99,14 @@ TEST(ServerEntryC, UnusableKeyFilesGiveANullHandle) {
   EXPECT_EQ(HKStartHTTPServerC("127.0.0.1", 0, dir.path().c_str(), dir.path().c_str(),
                                dir.file("none.pem").c_str(), dir.file("none.pem").c_str()),
             nullptr);
+}
+
+TEST(ServerEntry, TheHandleStartsWithTheStorageWithTheLibraryApplicationSelected) {
+  Site site;
+  ASSERT_TRUE(site.keys);
+  void* handle = site.start(0);
+  ASSERT_NE(handle, nullptr);
+  auto* storage = static_cast<HKPersistentAppStorage*>(handle);
+  EXPECT_EQ(storage->GetApplicationName(), "toviktwodll");
+  EXPECT_EQ(StopHTTPserver(handle), 0);
 }
