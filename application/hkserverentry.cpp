@@ -28,8 +28,12 @@ void* StartHTTPServer(char const* address, int port, char const* startpath, char
   if (address == nullptr || startpath == nullptr || cgibinpath == nullptr) fail("options are missing");
   if (cacertificate == nullptr || privatekey == nullptr) fail("keys are missing");
   auto* entry = new HKServerEntry();
-  // UNFINISHED: SelectApplication("toviktwodll") on the storage arrives with
-  // the application storage; the storage here is still its placeholder.
+  try {
+    entry->SelectApplication("toviktwodll");
+  } catch (...) {
+    delete entry;
+    throw;
+  }
   const std::string files = HKPath(startpath).str();
   entry->params = {{"no_standard_handler", "true"},
                    {"no_browser_popup", "true"},

@@ -1,7 +1,8 @@
 # Installs the built library into a temporary prefix, then builds and runs a
 # consumer found through find_package(toviktwo), one built with pkg-config, and
 # one with its own xml/ and application/ folders, each with only
-# <prefix>/include on its include path.
+# <prefix>/include on its include path, and a program written in C that starts
+# the server through the C entry and fetches a file over HTTPS. Leaves nothing.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -77,4 +78,18 @@ run(${WORK_DIR}/clash_consumer)
 if(NOT LAST_OUTPUT MATCHES "consumer ok 96 item")
   message(FATAL_ERROR "unexpected output of the clash consumer: ${LAST_OUTPUT}")
 endif()
+# 4. A program written in C: the C compiler, only <prefix>/include, a key pair
+# made here; it starts the server on port 0, fetches a file over HTTPS and stops.
+set(C_SITE ${WORK_DIR}/c_site)
+file(MAKE_DIRECTORY ${C_SITE})
+file(WRITE ${C_SITE}/hello.txt "hello from C\n")
+run(openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=127.0.0.1
+    -keyout ${WORK_DIR}/c_key.pem -out ${WORK_DIR}/c_cert.pem)
+run(${CC} -std=c11 -Wall -Wextra -Werror -D_POSIX_C_SOURCE=200809L ${cflags} ${CONSUMER_DIR}/c_consumer.c
+    -o ${WORK_DIR}/c_consumer ${libs} -Wl,-rpath,${LIBDIR})
+run(${WORK_DIR}/c_consumer ${C_SITE} ${WORK_DIR}/c_cert.pem ${WORK_DIR}/c_key.pem)
+if(NOT LAST_OUTPUT MATCHES "c consumer ok [1-9][0-9]*")
+  message(FATAL_ERROR "unexpected output of the C consumer: ${LAST_OUTPUT}")
+endif()
+file(REMOVE_RECURSE ${WORK_DIR})
 message(STATUS "install test passed")
