@@ -137,6 +137,14 @@ void HKTransceiverServerL1HTTP::_bufferworkfunction(const std::string& connectio
     return;
   }
   HeadInProgress head = _headFor(connectionId, *connection, *client);
+  // A connection that left the hub meanwhile has had (or will have) its
+  // "socket gone" message, which drops its head; one that left before the
+  // head was made would keep it for good. Checked after the head exists,
+  // the one case or the other always holds.
+  if (!t->resolveTransceiverConnection(connectionId)) {
+    _dropHead(connectionId);
+    return;
+  }
   HKXHeader& header = *head.header;
   unsigned long arrived = 0;
   {
