@@ -9,6 +9,7 @@
 #include <toviktwo/foundation/hkstringtools.h>
 #include <toviktwo/transport/hktransceiverclient.h>
 #include <toviktwo/transport/hktransceivercore.h>
+#include <toviktwo/transport/hktransportjobs.h>
 #include <toviktwo/transport/hkurl.h>
 #include <toviktwo/transport/hkxheader.h>
 
@@ -95,7 +96,9 @@ HKTransceiverServerL1HTTP::HeadInProgress HKTransceiverServerL1HTTP::_headFor(
     connection.joinTask(ctask);
   }
   HeadInProgress head;
-  head.header = std::make_shared<HKXHeader>(HK_SCHEME_POST, false, _protocol);
+  // It joins the connection's task below, so the bus may deliver to it:
+  // it leaves the bus before its destruction begins.
+  head.header = HKMakeTransportJob<HKXHeader>(HK_SCHEME_POST, false, _protocol);
   head.startNs = steadyNs();
   HKXHeader& h = *head.header;
   h.setHeaderType(HK_HEADER_REQUEST);

@@ -33,6 +33,11 @@ HKXHeader::HKXHeader(HKHTTPScheme scheme, bool serverSide, HKTovikProtocols_t pr
 
 HKXHeader::~HKXHeader() { delete _data; }
 
+void HKXHeader::leaveBus() {
+  _exitTasks();
+  std::lock_guard<std::recursive_mutex> wait(_job_mutex);
+}
+
 // ---------------------------------------------------------------- reading
 
 int HKXHeader::parseInputData2(const std::function<bool(HKXHeader&)>& onHead) {

@@ -50,6 +50,10 @@ class HKXHeader : public HKJob {
 
   HKXHeader(HKHTTPScheme scheme, bool serverSide, HKTovikProtocols_t protocol);
   ~HKXHeader() override;
+  // Leaves the bus and waits for a delivery to this header in progress. A
+  // header that another job may still reach through the bus calls it while
+  // it is whole, before its destruction begins (see HKMakeTransportJob).
+  void leaveBus();
 
   // ---- reading
   // 0: more bytes are needed; 1: drop the message; 2: complete. The last byte
